@@ -1,0 +1,126 @@
+#include "tessivo/foundation/value.h"
+
+#include <cstdio>
+
+namespace tessivo {
+
+Dictionary::Dictionary() = default;
+Dictionary::Dictionary(const Dictionary&) = default;
+Dictionary::Dictionary(Dictionary&&) noexcept = default;
+Dictionary& Dictionary::operator=(const Dictionary&) = default;
+Dictionary& Dictionary::operator=(Dictionary&&) noexcept = default;
+Dictionary::~Dictionary() = default;
+
+void Dictionary::set(const icu::UnicodeString& key, Value value) {
+    auto it = index_.find(key);
+    if (it != index_.end()) {
+        entries_[it->second].second = std::move(value);
+        return;
+    }
+    index_.emplace(key, entries_.size());
+    entries_.emplace_back(key, std::move(value));
+}
+
+const Value* Dictionary::get(const icu::UnicodeString& key) const {
+    auto it = index_.find(key);
+    return it == index_.end() ? nullptr : &entries_[it->second].second;
+}
+
+Value* Dictionary::get(const icu::UnicodeString& key) {
+    auto it = index_.find(key);
+    return it == index_.end() ? nullptr : &entries_[it->second].second;
+}
+
+bool Dictionary::erase(const icu::UnicodeString& key) {
+    auto it = index_.find(key);
+    if (it == index_.end()) return false;
+    const std::size_t at = it->second;
+    index_.erase(it);
+    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(at));
+    for (auto& [k, i] : index_)
+        if (i > at) --i;
+    return true;
+}
+
+void Dictionary::clear() {
+    entries_.clear();
+    index_.clear();
+}
+
+std::vector<icu::UnicodeString> Dictionary::keys() const {
+    std::vector<icu::UnicodeString> out;
+    out.reserve(entries_.size());
+    for (const auto& e : entries_) out.push_back(e.first);
+    return out;
+}
+
+bool operator==(const Dictionary& a, const Dictionary& b) {
+    if (a.size() != b.size()) return false;
+    for (const auto& [key, value] : a.entries_) {
+        const Value* other = b.get(key);
+        if (!other || !(*other == value)) return false;
+    }
+    return true;
+}
+
+namespace {
+template <class T> T numberAs(const Value::Storage& v) {
+    if (auto p = std::get_if<bool>(&v)) return static_cast<T>(*p);
+    if (auto p = std::get_if<std::int64_t>(&v)) return static_cast<T>(*p);
+    if (auto p = std::get_if<std::uint64_t>(&v)) return static_cast<T>(*p);
+    if (auto p = std::get_if<double>(&v)) return static_cast<T>(*p);
+    return T{};
+}
+}  // namespace
+
+std::int64_t Value::toInt64() const { return numberAs<std::int64_t>(v_); }
+std::uint64_t Value::toUInt64() const { return numberAs<std::uint64_t>(v_); }
+double Value::toDouble() const { return numberAs<double>(v_); }
+
+std::string Value::describe() const {
+    struct Visitor {
+        std::string operator()(std::monostate) const { return "<null>"; }
+        std::string operator()(bool b) const { return b ? "1" : "0"; }
+        std::string operator()(std::int64_t i) const { return std::to_string(i); }
+        std::string operator()(std::uint64_t u) const { return std::to_string(u); }
+        std::string operator()(double d) const {
+            char buf[32];
+            std::snprintf(buf, sizeof buf, "%g", d);
+            return buf;
+        }
+        std::string operator()(const icu::UnicodeString& s) const { return toUtf8(s); }
+        std::string operator()(const Bytes& b) const { return "{length = " + std::to_string(b.size()) + "}"; }
+        std::string operator()(Date d) const {
+            char buf[32];
+            std::snprintf(buf, sizeof buf, "%.3f", d.secondsSince1970);
+            return buf;
+        }
+        std::string operator()(const Array& a) const {
+            std::string out = "(";
+            for (std::size_t i = 0; i < a.size(); ++i) out += (i ? ", " : "") + a[i].describe();
+            return out + ")";
+        }
+        std::string operator()(const Dictionary& d) const {
+            std::string out = "{";
+            bool first = true;
+            for (const auto& [k, v] : d) {
+                out += (first ? "" : "; ") + toUtf8(k) + " = " + v.describe();
+                first = false;
+            }
+            return out + "}";
+        }
+    };
+    return std::visit(Visitor{}, v_);
+}
+
+std::string toUtf8(const icu::UnicodeString& s) {
+    std::string out;
+    s.toUTF8String(out);
+    return out;
+}
+
+icu::UnicodeString fromUtf8(std::string_view s) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())));
+}
+
+}  // namespace tessivo

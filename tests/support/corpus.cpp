@@ -1,0 +1,34 @@
+#include "support/corpus.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace tessivo::testing {
+
+std::optional<std::filesystem::path> corpusDir() {
+    const char* env = std::getenv("TESSIVO_CORPUS");
+    if (!env || !*env) return std::nullopt;
+    std::filesystem::path dir(env);
+    std::error_code ec;
+    if (!std::filesystem::is_directory(dir, ec)) return std::nullopt;
+    return dir;
+}
+
+std::vector<std::filesystem::path> corpusFiles(const std::string& extension) {
+    std::vector<std::filesystem::path> out;
+    auto dir = corpusDir();
+    if (!dir) return out;
+    for (const auto& e : std::filesystem::recursive_directory_iterator(*dir))
+        if (e.is_regular_file() && e.path().extension() == extension) out.push_back(e.path());
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+Bytes readFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace tessivo::testing

@@ -1,0 +1,44 @@
+#include "cli_io.h"
+
+#include <cstdio>
+#include <iostream>
+
+namespace tessivo::cli {
+
+void reportError(std::string_view what, std::string_view reason) {
+    std::cerr << "tessivo: " << what << ": " << reason << '\n';
+}
+
+std::optional<MappedFile> openInput(const std::string& path) {
+    auto result = MappedFile::open(path);
+    if (auto* reason = std::get_if<std::string>(&result)) {
+        reportError(path, *reason);
+        return std::nullopt;
+    }
+    return std::move(std::get<MappedFile>(result));
+}
+
+std::optional<Bytes> readAll(const std::string& pathOrDash) {
+    if (pathOrDash.empty() || pathOrDash == "-") {
+        Bytes out;
+        unsigned char buf[65536];
+        std::size_t n;
+        while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) out.insert(out.end(), buf, buf + n);
+        if (std::ferror(stdin)) {
+            reportError("stdin", "read error");
+            return std::nullopt;
+        }
+        return out;
+    }
+    auto file = openInput(pathOrDash);
+    if (!file) return std::nullopt;
+    auto bytes = file->bytes();
+    return Bytes(bytes.begin(), bytes.end());
+}
+
+bool writeOut(ByteView bytes) {
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) return false;
+    return std::fflush(stdout) == 0;
+}
+
+}  // namespace tessivo::cli

@@ -1,0 +1,16 @@
+// The subcommands of the tessivo command line. Each add* function adds one
+// subcommand to app; when it runs, its callback stores the exit status in status.
+//
+// Exit statuses shared by all commands: 0 success, 1 unreadable or undecodable
+// input (one line on stderr naming the file and the reason), 2 usage error.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tessivo::cli {
+
+constexpr int kExitOk = 0;
+constexpr int kExitBadInput = 1;
+constexpr int kExitUsage = 2;
+
+}  // namespace tessivo::cli
