@@ -1,0 +1,52 @@
+// The importer: a message file's best body as searchable text.
+//
+//   tessivo::Dictionary attributes;
+//   if (tessivo::importer::importFile(u"com.orvanel.tessivo.msg", "/path/mail.msg", attributes))
+//       use(*attributes.get(tessivo::importer::kMDItemTextContent)->string());
+//
+// Bodies are tried in a fixed order (compressed RTF, HTML, UTF-16 text, 8-bit
+// text); the first non-empty text wins and is stored exactly as decoded.
+#pragma once
+
+#include <string>
+
+#include <unicode/unistr.h>
+
+#include "tessivo/foundation/value.h"
+
+namespace tessivo::importer {
+
+// The attribute key under which the text is stored.
+inline const icu::UnicodeString kMDItemTextContent(u"kMDItemTextContent");
+
+// The two content types the importer accepts (compared exactly).
+inline const icu::UnicodeString kContentTypeMsg(u"com.orvanel.tessivo.msg");
+inline const icu::UnicodeString kContentTypeProMsg(u"com.orvanel.tessivopro.msg");
+
+// Stores the text of the file at path under kMDItemTextContent and returns
+// true; returns false, setting nothing, for an unaccepted content type, an
+// unreadable, empty or damaged file, or a message without a usable body.
+bool importFile(const icu::UnicodeString& contentType, const std::string& path, Dictionary& attributes);
+
+// What became of one file, for callers that must tell failures apart
+// (the command line and the desktop-search hosts).
+enum class Outcome {
+    Text,              // text holds the body text (non-empty)
+    NoBody,            // a compound document without a usable body
+    NotMessage,        // not a compound document, or one that does not open; reason says why
+    Unreadable,        // the file could not be read; reason says why
+};
+
+struct Result {
+    Outcome outcome = Outcome::Unreadable;
+    icu::UnicodeString text;
+    std::string reason;  // for NotMessage and Unreadable: "cannot open: No such file or directory", ...
+};
+
+// The same selection as importFile for the file at path, reporting why nothing was found.
+Result extractText(const std::string& path);
+
+// The body text of a message held in memory (the file's whole bytes).
+Result extractText(ByteView fileBytes);
+
+}  // namespace tessivo::importer
