@@ -7,6 +7,8 @@ packages=(
   cmake ninja-build g++ clang libclang-rt-14-dev pkg-config
   libicu-dev libgumbo-dev nlohmann-json3-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # desktop-search hosts and their tests: Recoll, KDE's KFileMetaData, MIME database
+  recollcmd libkf5filemetadata-dev extra-cmake-modules qtbase5-dev shared-mime-info
 )
 
 missing=()
