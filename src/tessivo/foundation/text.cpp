@@ -1,0 +1,213 @@
+#include "tessivo/foundation/text.h"
+
+#include <string>
+
+#include <unicode/locid.h>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
+
+#include "tessivo/foundation/encoding.h"
+#include "tessivo/foundation/value.h"
+
+namespace tessivo {
+namespace {
+
+// Simple case folding, code point by code point; a folding that would change
+// the UTF-16 length keeps the original, so offsets map one to one.
+icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
+    icu::UnicodeString out;
+    const int32_t n = s.length();
+    char16_t* buf = out.getBuffer(n);
+    if (!buf) return s;
+    const char16_t* src = s.getBuffer();
+    int32_t i = 0;
+    while (i < n) {
+        const int32_t start = i;
+        UChar32 c;
+        U16_NEXT(src, i, n, c);
+        UChar32 folded = u_foldCase(c, U_FOLD_CASE_DEFAULT);
+        if (U16_LENGTH(folded) != i - start) folded = c;
+        int32_t at = start;
+        UBool unusedError = false;
+        U16_APPEND(buf, at, n, folded, unusedError);
+        if (unusedError) buf[start] = src[start];
+    }
+    out.releaseBuffer(n);
+    return out;
+}
+
+const icu::UnicodeSet& frozenSet(const char16_t* pattern) {
+    // Each call site passes its own literal and keeps the reference in a static.
+    UErrorCode ec = U_ZERO_ERROR;
+    auto* set = new icu::UnicodeSet(icu::UnicodeString(pattern), ec);
+    set->freeze();
+    return *set;
+}
+
+int hexValue(char16_t c) {
+    if (c >= u'0' && c <= u'9') return c - u'0';
+    if (c >= u'a' && c <= u'f') return c - u'a' + 10;
+    if (c >= u'A' && c <= u'F') return c - u'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+std::int32_t indexOf(const icu::UnicodeString& text, const icu::UnicodeString& needle, std::int32_t from,
+                     CaseSensitivity cs) {
+    if (needle.isEmpty() || from < 0 || from > text.length()) return -1;
+    if (cs == CaseSensitive) return text.indexOf(needle, from);
+    return foldSameLength(text).indexOf(foldSameLength(needle), from);
+}
+
+bool contains(const icu::UnicodeString& text, const icu::UnicodeString& needle, CaseSensitivity cs) {
+    return indexOf(text, needle, 0, cs) >= 0;
+}
+
+bool hasPrefix(const icu::UnicodeString& text, const icu::UnicodeString& prefix, CaseSensitivity cs) {
+    if (prefix.length() > text.length()) return false;
+    if (cs == CaseSensitive) return text.startsWith(prefix);
+    return foldSameLength(icu::UnicodeString(text, 0, prefix.length())) == foldSameLength(prefix);
+}
+
+bool equalsCaseInsensitive(const icu::UnicodeString& a, const icu::UnicodeString& b) {
+    return a.length() == b.length() && foldSameLength(a) == foldSameLength(b);
+}
+
+icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::UnicodeString& target,
+                              const icu::UnicodeString& replacement, CaseSensitivity cs) {
+    if (target.isEmpty()) return text;
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? target : foldSameLength(target);
+    icu::UnicodeString out;
+    int32_t pos = 0;
+    for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
+        out.append(text, pos, at - pos).append(replacement);
+        pos = at + needle.length();
+    }
+    if (pos == 0) return text;
+    out.append(text, pos, text.length() - pos);
+    return out;
+}
+
+std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator) {
+    std::vector<icu::UnicodeString> out;
+    if (separator.isEmpty()) return {text};
+    int32_t pos = 0;
+    for (int32_t at = text.indexOf(separator, 0); at >= 0; at = text.indexOf(separator, pos)) {
+        out.emplace_back(text, pos, at - pos);
+        pos = at + separator.length();
+    }
+    out.emplace_back(text, pos, text.length() - pos);
+    return out;
+}
+
+std::vector<icu::UnicodeString> splitBySet(const icu::UnicodeString& text, const icu::UnicodeSet& separators) {
+    std::vector<icu::UnicodeString> out;
+    int32_t pos = 0;
+    int32_t i = 0;
+    while (i < text.length()) {
+        const UChar32 c = text.char32At(i);
+        const int32_t next = text.moveIndex32(i, 1);
+        if (separators.contains(c)) {
+            out.emplace_back(text, pos, i - pos);
+            pos = next;
+        }
+        i = next;
+    }
+    out.emplace_back(text, pos, text.length() - pos);
+    return out;
+}
+
+icu::UnicodeString join(const std::vector<icu::UnicodeString>& pieces, const icu::UnicodeString& separator) {
+    icu::UnicodeString out;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (i) out.append(separator);
+        out.append(pieces[i]);
+    }
+    return out;
+}
+
+const icu::UnicodeSet& whitespaceSet() {
+    static const icu::UnicodeSet& set = frozenSet(u"[\\p{Zs}\\u0009]");
+    return set;
+}
+
+const icu::UnicodeSet& whitespaceAndNewlineSet() {
+    static const icu::UnicodeSet& set = frozenSet(u"[\\p{Z}\\u0009-\\u000D\\u0085]");
+    return set;
+}
+
+const icu::UnicodeSet& illegalCharacterSet() {
+    static const icu::UnicodeSet& set = frozenSet(u"[\\p{Cn}\\p{Noncharacter_Code_Point}]");
+    return set;
+}
+
+const icu::UnicodeSet& alphanumericSet() {
+    static const icu::UnicodeSet& set = frozenSet(u"[\\p{L}\\p{M}\\p{N}]");
+    return set;
+}
+
+const icu::UnicodeSet& punctuationSet() {
+    static const icu::UnicodeSet& set = frozenSet(u"[\\p{P}]");
+    return set;
+}
+
+icu::UnicodeString trimStart(const icu::UnicodeString& text, const icu::UnicodeSet& set) {
+    const int32_t start = set.span(text, 0, USET_SPAN_SIMPLE);
+    return start == 0 ? text : icu::UnicodeString(text, start);
+}
+
+icu::UnicodeString trimEnd(const icu::UnicodeString& text, const icu::UnicodeSet& set) {
+    const int32_t end = set.spanBack(text, text.length(), USET_SPAN_SIMPLE);
+    return end == text.length() ? text : icu::UnicodeString(text, 0, end);
+}
+
+icu::UnicodeString trim(const icu::UnicodeString& text, const icu::UnicodeSet& set) {
+    return trimStart(trimEnd(text, set), set);
+}
+
+icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::UnicodeSet& set) {
+    icu::UnicodeString out;
+    int32_t i = 0;
+    const int32_t n = text.length();
+    while (i < n) {
+        const int32_t keep = set.span(text, i, USET_SPAN_NOT_CONTAINED);
+        if (i == 0 && keep == n) return text;
+        out.append(text, i, keep - i);
+        i = set.span(text, keep, USET_SPAN_SIMPLE);
+    }
+    return out;
+}
+
+std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text) {
+    if (text.indexOf(u'%') < 0) return text;
+    const std::string utf8 = toUtf8(text);
+    Bytes bytes;
+    bytes.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        if (utf8[i] != '%') {
+            bytes.push_back(static_cast<std::uint8_t>(utf8[i]));
+            continue;
+        }
+        if (i + 2 >= utf8.size()) return std::nullopt;
+        const int hi = hexValue(static_cast<unsigned char>(utf8[i + 1]));
+        const int lo = hexValue(static_cast<unsigned char>(utf8[i + 2]));
+        if (hi < 0 || lo < 0) return std::nullopt;
+        bytes.push_back(static_cast<std::uint8_t>(hi * 16 + lo));
+        i += 2;
+    }
+    return decode(bytes, encodings::UTF8);
+}
+
+icu::UnicodeString toUpper(const icu::UnicodeString& text) {
+    icu::UnicodeString out(text);
+    return out.toUpper(icu::Locale::getRoot());
+}
+
+icu::UnicodeString toLower(const icu::UnicodeString& text) {
+    icu::UnicodeString out(text);
+    return out.toLower(icu::Locale::getRoot());
+}
+
+}  // namespace tessivo
