@@ -13,4 +13,6 @@ constexpr int kExitOk = 0;
 constexpr int kExitBadInput = 1;
 constexpr int kExitUsage = 2;
 
+void addRecollSetupCommand(CLI::App& app, int& status);
+
 }  // namespace tessivo::cli

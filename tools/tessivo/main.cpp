@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     app.footer("Exit status: 0 success, 1 unreadable or undecodable input, 2 usage error.");
 
     int status = kExitOk;
+    addRecollSetupCommand(app, status);
 
     try {
         app.parse(argc, argv);
