@@ -27,8 +27,12 @@ void routeLogToQt() {
     });
 }
 
-QString toQString(const icu::UnicodeString& text) {
-    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), text.length());
+// The text without the NUL characters that plain-text bodies may end in
+// (streams are read in whole sectors), as `tessivo text` prints it.
+QString searchableText(const icu::UnicodeString& text) {
+    int32_t end = text.length();
+    while (end > 0 && text.charAt(end - 1) == u'\0') --end;
+    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), end);
 }
 
 }  // namespace
@@ -46,7 +50,7 @@ void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
     const std::string path = QFile::encodeName(result->inputUrl()).toStdString();
     const importer::Result found = importer::extractText(path);
     if (found.outcome == importer::Outcome::Text) {
-        result->append(toQString(found.text));
+        result->append(searchableText(found.text));
     } else if (!found.reason.empty()) {
         qCDebug(lcTessivo, "%s: %s", path.c_str(), found.reason.c_str());
     }
