@@ -1,0 +1,138 @@
+#include "tessivo/body/rtf_wangers.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "tessivo/body/limits.h"
+#include "tessivo/foundation/byte_reader.h"
+#include "tessivo/foundation/log.h"
+
+namespace tessivo {
+namespace {
+
+constexpr std::size_t kDictionaryBytes = 4096;
+constexpr std::size_t kDictionaryMask = kDictionaryBytes - 1;
+
+// The dictionary's initial text, fixed by the compressed-RTF format.
+constexpr char kInitialDictionary[] =
+    "{\\rtf1\\ansi\\mac\\deff0\\deftab720{\\fonttbl;}{\\f0\\fnil \\froman \\fswiss \\fmodern \\fscript "
+    "\\fdecor MS Sans SerifSymbolArialTimes New RomanCourier{\\colortbl\\red0\\green0\\blue0\r\n\\par "
+    "\\pard\\plain\\f0\\fs20\\b\\i\\u\\tab\\tx";
+constexpr std::size_t kInitialDictionaryBytes = sizeof(kInitialDictionary) - 1;
+static_assert(kInitialDictionaryBytes == 207);
+
+constexpr std::size_t kRawSizeOffset = 4;
+constexpr std::size_t kTypeOffset = 8;
+
+}  // namespace
+
+bool RTFWangers::typeIsRTF(const std::uint8_t* data, std::size_t length) {
+    if (data == nullptr) {
+        log("  ERROR: data is NULL");
+        return false;
+    }
+    if (length < kTypeOffset + 4) return false;
+    const auto type = loadU32le(data + kTypeOffset);
+    return type == kCompressedType || type == kUncompressedType;
+}
+
+void RTFWangers::getRTFFromBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t& returnSize,
+                                  std::optional<Bytes>& returnData) {
+    if (data == nullptr) {
+        log("  ERROR: data is NULL");
+        return;
+    }
+    if (size < body::kRtfHeaderBytes) {
+        log("  ERROR: len < 16 (too small for RTF header)");
+        return;
+    }
+    const std::uint32_t rawSize = loadU32le(data + kRawSizeOffset);
+    const std::uint32_t type = loadU32le(data + kTypeOffset);
+    returnSize = rawSize;
+
+    if (type == kCompressedType) {
+        returnData = decodeRTFSource(data + body::kRtfHeaderBytes, size - body::kRtfHeaderBytes, rawSize);
+    } else if (type == kUncompressedType && returnData) {
+        // Uncompressed bodies are copied from offset 4, not from the end of
+        // the header; only a caller that passes a buffer gets them.
+        returnData = initializeArrayWithEntryCount(rawSize, 1);
+        if (!returnData) {
+            log("  ERROR: Failed to allocate %zu bytes for output", static_cast<std::size_t>(rawSize));
+            return;
+        }
+        const std::size_t available = std::min<std::size_t>(rawSize, size - kRawSizeOffset);
+        std::memcpy(returnData->data(), data + kRawSizeOffset, available);
+    }
+}
+
+std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std::size_t compressedSize,
+                                                 std::uint32_t uncompressedSize) {
+    auto output = initializeArrayWithEntryCount(uncompressedSize, 1);
+    if (!output) {
+        log("  ERROR: Failed to allocate %zu bytes for output", static_cast<std::size_t>(uncompressedSize));
+        return std::nullopt;
+    }
+    if (source == nullptr || compressedSize == 0) return output;
+
+    std::uint8_t dictionary[kDictionaryBytes];
+    std::memcpy(dictionary, kInitialDictionary, kInitialDictionaryBytes);
+    std::memset(dictionary + kInitialDictionaryBytes, 0, kDictionaryBytes - kInitialDictionaryBytes);
+    std::size_t writePosition = kInitialDictionaryBytes;
+
+    const std::size_t n = compressedSize;
+    const std::size_t raw = uncompressedSize;
+    std::uint8_t* out = output->data();
+    std::size_t o = 0;
+    std::size_t p = 0;
+    // Once the output is full no token can change anything, so the scan
+    // stops there instead of walking the padding that streams carry.
+    while (p < n && o < raw) {
+        unsigned control = source[p];
+        std::size_t q = p + 1;
+        for (int token = 0; token < 8; ++token, control >>= 1) {
+            if (control & 1) {
+                if (n - q < 2) break;
+                std::size_t offset = (static_cast<std::size_t>(source[q]) << 4) | (source[q + 1] >> 4);
+                const std::size_t length = (source[q + 1] & 15u) + 2;
+                q += 2;
+                // A reference to the write position is the end marker; it
+                // ends this run only, and decoding resumes after it.
+                if (offset == writePosition || length > raw - o) break;
+                for (std::size_t i = 0; i < length; ++i) {
+                    const std::uint8_t c = dictionary[offset];
+                    out[o++] = c;
+                    dictionary[writePosition] = c;
+                    offset = (offset + 1) & kDictionaryMask;
+                    writePosition = (writePosition + 1) & kDictionaryMask;
+                }
+            } else {
+                if (q >= n || o >= raw) break;
+                const std::uint8_t c = source[q++];
+                out[o++] = c;
+                dictionary[writePosition] = c;
+                writePosition = (writePosition + 1) & kDictionaryMask;
+            }
+        }
+        p = q;
+    }
+    return output;
+}
+
+std::uint64_t RTFWangers::convertToLongLong(const std::uint8_t* p) { return loadU32le(p); }
+
+std::optional<Bytes> RTFWangers::initializeArrayWithEntryCount(std::size_t count, std::size_t size) {
+    const auto total = checkedMul(count, size);
+    if (!total || *total > body::kMaxOutputBytes) return std::nullopt;
+    try {
+        return Bytes(*total);
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
+icu::UnicodeString RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const icu::UnicodeString& rtf) {
+    return rtf;
+}
+
+}  // namespace tessivo
