@@ -1,0 +1,243 @@
+#include "tessivo/body/html_conversion.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tessivo/foundation/encoding.h"
+#include "tessivo/foundation/html_text.h"
+#include "tessivo/foundation/log.h"
+#include "tessivo/foundation/regex.h"
+#include "tessivo/foundation/text.h"
+#include "tessivo/mime/mime_strings.h"
+#include "tessivo/toolkit/string_wangers.h"
+
+namespace tessivo::WindowsCodePageWangersNSStringAdditions {
+namespace {
+
+std::string utf8(const icu::UnicodeString& s) {
+    std::string out;
+    s.toUTF8String(out);
+    return out;
+}
+
+// The text laid out by the HTML renderer; nothing when it cannot be encoded
+// as UTF-8 or is not a usable document.
+std::optional<icu::UnicodeString> importHTML(const icu::UnicodeString& html) {
+    const auto bytes = encode(html, encodings::UTF8);
+    if (!bytes) return std::nullopt;
+    return htmlToPlainText(std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size()));
+}
+
+// Replaces every match of pattern in text by the template; logs and leaves
+// the text as it was when the pattern does not compile or replacing fails.
+void replaceMatches(icu::UnicodeString& text, const icu::UnicodeString& pattern, const icu::UnicodeString& replacement,
+                    std::uint32_t flags, const char* exceptionMessage) {
+    if (text.isEmpty()) return;
+    std::string error;
+    const auto regex = Regex::compile(pattern, flags, &error);
+    if (!regex) {
+        log("Failed to create regex with pattern '%s': %s", utf8(pattern).c_str(), error.c_str());
+        return;
+    }
+    try {
+        text = regex->replaceAll(text, replacement);
+    } catch (const std::exception& e) {
+        log(exceptionMessage, e.what());
+    }
+}
+
+constexpr const char* kCleanupException = "Exception during regex replacement in HTML cleanup: %s";
+constexpr const char* kFallbackException = "Exception during regex replacement: %s";
+
+struct Entity {
+    const char16_t* name;
+    char16_t value;
+};
+
+// Replaced in this order; "&amp;" first, so doubly escaped text is unescaped twice.
+constexpr std::array<Entity, 16> kEntities = {{
+    {u"&amp;", u'&'},      {u"&apos;", u'\''},    {u"&copy;", u'\u00A9'}, {u"&gt;", u'>'},
+    {u"&hellip;", u'\u2026'}, {u"&ldquo;", u'\u201C'}, {u"&lsquo;", u'\u2018'}, {u"&lt;", u'<'},
+    {u"&mdash;", u'\u2014'}, {u"&nbsp;", u' '},     {u"&ndash;", u'\u2013'}, {u"&quot;", u'"'},
+    {u"&rdquo;", u'\u201D'}, {u"&reg;", u'\u00AE'}, {u"&rsquo;", u'\u2019'}, {u"&trade;", u'\u2122'},
+}};
+
+constexpr std::array<const char16_t*, 14> kBlockTags = {
+    u"p", u"div", u"br", u"h1", u"h2", u"h3", u"h4", u"h5", u"h6", u"li", u"ul", u"ol", u"blockquote", u"pre",
+};
+
+// A signed 32-bit decimal as a number scanner reads it: white space around
+// it, an optional sign, digits; out-of-range values saturate. Nothing unless
+// the whole text is taken.
+std::optional<std::int32_t> scanWholeInt32(const icu::UnicodeString& text) {
+    const icu::UnicodeSet& skip = whitespaceAndNewlineSet();
+    std::int32_t i = 0;
+    const std::int32_t length = text.length();
+    while (i < length && skip.contains(text.char32At(i))) i = text.moveIndex32(i, 1);
+    bool negative = false;
+    if (i < length && (text[i] == u'-' || text[i] == u'+')) negative = text[i++] == u'-';
+    const std::int32_t digitsStart = i;
+    std::int64_t value = 0;
+    for (; i < length && text[i] >= u'0' && text[i] <= u'9'; ++i) value = std::min<std::int64_t>(value * 10 + (text[i] - u'0'), 0x80000000LL);
+    if (i == digitsStart) return std::nullopt;
+    while (i < length && skip.contains(text.char32At(i))) i = text.moveIndex32(i, 1);
+    if (i != length) return std::nullopt;
+    if (negative) return static_cast<std::int32_t>(-value);
+    return static_cast<std::int32_t>(std::min<std::int64_t>(value, 0x7FFFFFFF));
+}
+
+icu::UnicodeString escapeMarkup(const icu::UnicodeString& text) {
+    icu::UnicodeString s = replaceAll(text, u"&", u"&amp;");
+    s = replaceAll(s, u"<", u"&lt;");
+    s = replaceAll(s, u">", u"&gt;");
+    s = replaceAll(s, u"\"", u"&quot;");
+    return replaceAll(s, u"'", u"&#39;");
+}
+
+icu::UnicodeString columnText(std::int64_t column) {
+    return icu::UnicodeString::fromUTF8(std::to_string(column));
+}
+
+}  // namespace
+
+icu::UnicodeString stringFromHTML(const icu::UnicodeString& html) {
+    if (html.isEmpty()) return {};
+    try {
+        icu::UnicodeString text = quotedPrintableDecodeWithEncoding(html, encodings::UTF8).value_or(html);
+        text = replaceAll(text, u"</p>", u"\n\n", CaseInsensitive);
+        text = replaceAll(text, u"</div>", u"\n", CaseInsensitive);
+        if (const auto breaks = Regex::compile(u"<br[^>]*>", Regex::CaseInsensitive)) text = breaks->replaceAll(text, u"\n");
+        return importHTML(text).value_or(icu::UnicodeString());
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+icu::UnicodeString stringByStrippingHTML(const icu::UnicodeString& html) {
+    if (html.isEmpty()) return {};
+    const auto bytes = encode(html, encodings::UTF8);
+    if (!bytes) return {};
+    std::optional<icu::UnicodeString> imported;
+    try {
+        imported = htmlToPlainText(std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size()));
+    } catch (const std::exception&) {
+        imported.reset();
+    }
+    if (!imported) return stringByStrippingHTMLFallback(html);
+
+    icu::UnicodeString text = *imported;
+    replaceMatches(text, u"[ \t]+", u" ", Regex::None, kCleanupException);
+    replaceMatches(text, u"\n{3,}", u"\n\n", Regex::None, kCleanupException);
+
+    std::vector<icu::UnicodeString> lines = split(text, u"\n");
+    for (auto& line : lines) line = trim(line, whitespaceSet());
+    text = join(lines, u"\n");
+
+    std::int32_t start = 0;
+    while (start < text.length() && text[start] == u'\n') ++start;
+    std::int32_t end = text.length();
+    while (end > start && text[end - 1] == u'\n') --end;
+    return icu::UnicodeString(text, start, end - start);
+}
+
+icu::UnicodeString stringByStrippingHTMLFallback(const icu::UnicodeString& html) {
+    if (html.isEmpty()) return {};
+    icu::UnicodeString text = html;
+    replaceMatches(text, u"<!--[\\s\\S]*?-->", u"", Regex::None, kFallbackException);
+    replaceMatches(text, u"<(style|script)[^>]*?>[\\s\\S]*?</\\1>", u"", Regex::CaseInsensitive, kFallbackException);
+    for (const char16_t* tag : kBlockTags) {
+        const icu::UnicodeString name(tag);
+        if (name.isEmpty()) continue;
+        replaceMatches(text, u"</?" + name + u"[^>]*>", u"\n", Regex::CaseInsensitive, kFallbackException);
+    }
+    replaceMatches(text, u"<[^>]+>", u"", Regex::None, kFallbackException);
+    for (const Entity& entity : kEntities) {
+        if (text.isEmpty()) break;
+        try {
+            text = replaceAll(text, entity.name, icu::UnicodeString(entity.value), CaseInsensitive);
+        } catch (const std::exception& e) {
+            log("Exception during HTML entity replacement: %s", e.what());
+        }
+    }
+    return text;
+}
+
+icu::UnicodeString decodeHTMLFormattingTags(const icu::UnicodeString& text) {
+    icu::UnicodeString result = text;
+    const auto regex = Regex::compile(u"&amp;(.*?);", Regex::CaseInsensitive);
+    if (!regex) return result;
+    for (const Regex::Match& match : regex->allMatches(text)) {
+        if (match.groups.size() != 2) continue;
+        icu::UnicodeString number = match.group(text, 1);
+        number = replaceAll(number, u"#", u"");
+        const auto value = scanWholeInt32(number);
+        if (!value || *value < 1) continue;
+        const icu::UnicodeString whole = match.group(text, 0);
+        // The low 16 bits make the character: larger values wrap.
+        const icu::UnicodeString character(static_cast<char16_t>(static_cast<std::uint32_t>(*value) & 0xFFFF));
+        result = replaceAll(result, whole, character, CaseInsensitive);
+    }
+    return result;
+}
+
+bool isHTML(const icu::UnicodeString& text) {
+    if (text.isEmpty()) return false;
+    const icu::UnicodeString trimmed = trim(text, whitespaceAndNewlineSet());
+    const std::int32_t length = trimmed.length();
+    if (length < 13) return false;
+    // The last "</html>" must start after length - 20; below 20 characters
+    // that bound wraps around as an unsigned number and is never met.
+    const bool wholeDocument = hasPrefix(trimmed, u"<html", CaseInsensitive) && length >= 20 &&
+                               indexOf(trimmed, u"</html>", length - 19, CaseInsensitive) >= 0;
+    if (wholeDocument) return true;
+    if (hasPrefix(trimmed, u"<!DOCTYPE", CaseInsensitive)) return true;
+    int markers = 0;
+    for (const char16_t* marker : {u"<head", u"<body", u"<html"})
+        if (contains(trimmed, marker, CaseInsensitive)) ++markers;
+    return markers >= 2;
+}
+
+icu::UnicodeString stringByConvertingToHTML(const icu::UnicodeString& text) {
+    return stringByConvertingToHTMLWithWrapAtColumn(text, 0);
+}
+
+icu::UnicodeString stringByConvertingToHTMLWithWrapAtColumn(const icu::UnicodeString& text, std::int64_t column) {
+    if (text.isEmpty()) return {};
+    icu::UnicodeString s = escapeMarkup(text);
+    s = replaceAll(s, u"\r\n", u"<br>");
+    s = replaceAll(s, u"\n", u"<br>");
+    s = replaceAll(s, u"\r", u"<br>");
+    s = replaceAll(s, u"\t", u"&nbsp;&nbsp;&nbsp;&nbsp;");
+    s = replaceAll(s, u"  ", u" &nbsp;");
+    if (column < 1) return s;
+    return u"<div style=\"max-width: " + columnText(column) +
+           u"ch; word-wrap: break-word; overflow-wrap: break-word; white-space: pre-wrap;\">" + s + u"</div>";
+}
+
+icu::UnicodeString stringByConvertingToHTMLWithPreTag(const icu::UnicodeString& text) {
+    return stringByConvertingToHTMLWithPreTagAndWrapAtColumn(text, 0);
+}
+
+icu::UnicodeString stringByConvertingToHTMLWithPreTagAndWrapAtColumn(const icu::UnicodeString& text,
+                                                                    std::int64_t column) {
+    if (text.isEmpty()) return u"<pre></pre>";
+    const icu::UnicodeString s = escapeMarkup(text);
+    if (column < 1) return u"<pre>" + s + u"</pre>";
+    return u"<pre style=\"max-width: " + columnText(column) +
+           u"ch; white-space: pre-wrap; word-wrap: break-word; overflow-wrap: break-word;\">" + s + u"</pre>";
+}
+
+}  // namespace tessivo::WindowsCodePageWangersNSStringAdditions
+
+namespace tessivo {
+
+bool typeIsHTML(const char* bytes) {
+    if (bytes == nullptr) return false;
+    return contains(toLower(StringWangers::stringFromCString(bytes)), u"<html");
+}
+
+}  // namespace tessivo
