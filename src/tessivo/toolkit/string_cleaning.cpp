@@ -1,0 +1,146 @@
+#include "tessivo/toolkit/string_cleaning.h"
+
+#include <memory>
+
+#include <unicode/uniset.h>
+
+#include "tessivo/foundation/encoding.h"
+#include "tessivo/foundation/log.h"
+#include "tessivo/foundation/regex.h"
+#include "tessivo/foundation/text.h"
+
+namespace tessivo::WindowsCodePageWangersNSStringAdditions {
+namespace {
+
+// Characters above this are what UTF-16 decoding of 8-bit bytes produces.
+constexpr char16_t kGarbageAbove = 0x3000;
+// Ordinary characters that must come first before a tail can be called garbage.
+constexpr int kGoodBeforeGarbage = 4;
+// High characters that make a tail garbage.
+constexpr int kHighForGarbage = 3;
+// Share of disallowed characters the lenient validity check tolerates.
+constexpr double kLenientDisallowedShare = 0.05;
+
+const icu::UnicodeSet& frozen(const icu::UnicodeSet& set) {
+    auto* s = new icu::UnicodeSet(set);
+    s->freeze();
+    return *s;
+}
+
+const icu::UnicodeSet& controlCharacters() {
+    static const icu::UnicodeSet& set = frozen(icu::UnicodeSet(0x00, 0x08).add(0x0B).add(0x0E, 0x1F));
+    return set;
+}
+
+const icu::UnicodeSet& allowedCharacters() {
+    static const icu::UnicodeSet& set = []() -> const icu::UnicodeSet& {
+        std::unique_ptr<icu::UnicodeSet> s(alphanumericSet().cloneAsThawed());
+        s->addAll(icu::UnicodeString(u" .,;:-_()[]{}<>!?@#$%^&*+=/\\\"'\n\r\t\u00A0"));
+        return frozen(*s);
+    }();
+    return set;
+}
+
+}  // namespace
+
+icu::UnicodeString trimTrailingNulls(const icu::UnicodeString& text) {
+    int32_t end = text.length();
+    while (end > 0 && text.charAt(end - 1) == 0) --end;
+    return end == text.length() ? text : icu::UnicodeString(text, 0, end);
+}
+
+icu::UnicodeString truncateAtGarbageCharacters(const icu::UnicodeString& text) {
+    const int32_t length = text.length();
+    if (length == 0) return text;
+    const char16_t* s = text.getBuffer();
+    int32_t good = 0;
+    int high = 0;
+    bool stoppedAtNul = false;
+    for (int32_t i = 0; i < length; ++i) {
+        const char16_t c = s[i];
+        if (good < kGoodBeforeGarbage && c > kGarbageAbove) return text;
+        if (c == 0 && good > 0) {
+            stoppedAtNul = true;
+            break;
+        }
+        if (high < kHighForGarbage && c <= kGarbageAbove) ++good;
+        if (c > kGarbageAbove) ++high;
+    }
+    if (!stoppedAtNul && high < kHighForGarbage) return text;
+    return good < length ? icu::UnicodeString(text, 0, good) : text;
+}
+
+icu::UnicodeString zapGremlins(const icu::UnicodeString& text) {
+    if (text.isEmpty()) return text;
+    icu::UnicodeString out = truncateAtGarbageCharacters(text);
+    if (auto unescaped = removingPercentEncoding(out)) out = std::move(*unescaped);
+    out = removeCharacters(out, illegalCharacterSet());
+    return trim(out, whitespaceAndNewlineSet());
+}
+
+icu::UnicodeString cleanString(const icu::UnicodeString& text) {
+    if (text.isEmpty()) return text;
+    return removeCharacters(text, controlCharacters());
+}
+
+std::optional<icu::UnicodeString> trimCharsInString(const std::optional<icu::UnicodeString>& text) {
+    if (!text) return std::nullopt;
+    icu::UnicodeString out;
+    const char16_t* s = text->getBuffer();
+    for (int32_t i = 0; i < text->length(); ++i) {
+        if (s[i] < 2 || s[i] == 0xA0) continue;
+        // A single-byte format keeps the low eight bits; a zero byte prints nothing.
+        const char16_t low = s[i] & 0xFF;
+        if (low != 0) out.append(low);
+    }
+    return out;
+}
+
+icu::UnicodeString condenseWhitespace(const icu::UnicodeString& text) {
+    if (text.isEmpty()) return text;
+    std::vector<icu::UnicodeString> words;
+    for (auto& piece : splitBySet(text, whitespaceSet()))
+        if (!piece.isEmpty()) words.push_back(std::move(piece));
+    return join(words, u" ");
+}
+
+icu::UnicodeString replaceDoubleNewline(const icu::UnicodeString& text) {
+    if (text.isEmpty()) return text;
+    struct Compiled {
+        std::optional<Regex> regex;
+        std::string error;
+    };
+    static const Compiled runs = [] {
+        Compiled c;
+        c.regex = Regex::compile(u"\n+", Regex::None, &c.error);
+        return c;
+    }();
+    if (!runs.regex) {
+        log("Failed to create regex for newline replacement: %s", runs.error.c_str());
+        return text;
+    }
+    return replaceAll(runs.regex->replaceAll(text, u"\n"), u"\r", u"");
+}
+
+bool isValidNSStringWithStrictCheck(const icu::UnicodeString& text, bool strict) {
+    auto utf8 = encode(text, encodings::UTF8);
+    if (!utf8) return false;
+    auto back = decode(*utf8, encodings::UTF8);
+    if (!back || *back != text) return false;
+    if (text.isEmpty()) return true;
+    const icu::UnicodeSet& allowed = allowedCharacters();
+    const char16_t* s = text.getBuffer();
+    int32_t disallowed = 0;
+    // Unit by unit, as a character-set membership test of UTF-16 characters.
+    for (int32_t i = 0; i < text.length(); ++i)
+        if (!allowed.contains(s[i])) ++disallowed;
+    if (strict) return disallowed == 0;
+    return static_cast<double>(disallowed) / text.length() <= kLenientDisallowedShare;
+}
+
+bool isValidNSStringWithStrictCheck(const Value& object, bool strict) {
+    const icu::UnicodeString* s = object.string();
+    return s && isValidNSStringWithStrictCheck(*s, strict);
+}
+
+}  // namespace tessivo::WindowsCodePageWangersNSStringAdditions
