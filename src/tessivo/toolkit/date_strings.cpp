@@ -8,6 +8,7 @@
 #include "tessivo/foundation/date_format.h"
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/text.h"
+#include "tessivo/toolkit/date_patterns.h"
 
 namespace tessivo {
 namespace {
@@ -47,12 +48,7 @@ icu::UnicodeString printed(const char* format, int a, int b, const char* suffix 
 
 std::optional<Date> convertStringToDate(const std::optional<icu::UnicodeString>& text) {
     if (!text) return std::nullopt;
-    for (const char16_t* pattern : kFreeDatePatterns) {
-        auto formatter = DateFormatter::withPattern(pattern);
-        if (!formatter) continue;
-        if (auto date = formatter->parse(*text)) return date;
-    }
-    return std::nullopt;
+    return parseWithFirstPattern(kFreeDatePatterns, *text);
 }
 
 std::optional<icu::UnicodeString> create24HourStringFrom12HourString(const icu::UnicodeString& text) {

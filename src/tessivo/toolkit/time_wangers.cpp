@@ -8,6 +8,7 @@
 #include "tessivo/foundation/date_format.h"
 #include "tessivo/foundation/regex.h"
 #include "tessivo/foundation/text.h"
+#include "tessivo/toolkit/date_patterns.h"
 #include "tessivo/toolkit/date_strings.h"
 #include "tessivo/toolkit/time_functions.h"
 
@@ -96,11 +97,7 @@ std::uint64_t TimeWangers::mapiTimeFromDate(std::optional<Date> date) {
 std::optional<Date> TimeWangers::dateFromMIMEString(const std::optional<icu::UnicodeString>& text) {
     if (!text || text->isEmpty()) return std::nullopt;
     const icu::UnicodeString cleaned = trim(replaceAll(*text, u"  ", u" "), whitespaceAndNewlineSet());
-    for (const char16_t* pattern : kMIMEDatePatterns) {
-        auto formatter = DateFormatter::withPattern(pattern);
-        if (!formatter) continue;
-        if (auto date = formatter->parse(cleaned)) return date;
-    }
+    if (auto date = parseWithFirstPattern(kMIMEDatePatterns, cleaned)) return date;
     return convertStringToDate(cleaned);
 }
 
