@@ -217,5 +217,19 @@ TEST(RTFDataTest, RtfStringFromDataPrefersUtf8ThenLatin1) {
     EXPECT_EQ(data::rtfStringFromData(view("")), icu::UnicodeString());
 }
 
+TEST(RTFDataTest, CompressedBodyToPlainText) {
+    const std::string rtf = "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0 Arial;}}Caf\\'e9\\par au lait}";
+    const auto decoded = data::getRTFForData(lzfuCompress(view(rtf)));
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(data::stringFromRTFData(*decoded), icu::UnicodeString(u"Caf\u00E9\nau lait"));
+    EXPECT_FALSE(data::stringFromRTFData(view("not rtf")));
+}
+
+TEST(RTFDataTest, RtfAsPlainTextReadsTheFirstHalf) {
+    // 23 characters: the first 11 are "{\rtf1 abcd".
+    EXPECT_EQ(data::rtfAsPlainText(view("{\\rtf1 abcdefghijklmno}")), icu::UnicodeString(u"abcd"));
+    EXPECT_FALSE(data::rtfAsPlainText(view("{\\rtf1 \xFF\xFE}")));
+}
+
 }  // namespace
 }  // namespace tessivo

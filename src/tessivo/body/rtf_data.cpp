@@ -1,7 +1,8 @@
 #include "tessivo/body/rtf_data.h"
 
 #include "tessivo/body/rtf_wangers.h"
-#include "tessivo/body/strict_text.h"
+#include "tessivo/foundation/encoding.h"
+#include "tessivo/foundation/rtf_text.h"
 
 namespace tessivo::DataWangersNSDataAdditions {
 
@@ -13,9 +14,19 @@ std::optional<Bytes> getRTFForData(ByteView data) {
     return rtf;
 }
 
+std::optional<icu::UnicodeString> stringFromRTFData(ByteView data) { return rtfPlainText(data); }
+
 std::optional<icu::UnicodeString> rtfStringFromData(ByteView data) {
-    if (auto text = body::decodeStrict(data, "UTF-8")) return text;
-    return body::decodeStrict(data, "ISO-8859-1");
+    if (auto text = decode(data, encodings::UTF8)) return text;
+    return decode(data, encodings::ISOLatin1);
+}
+
+std::optional<icu::UnicodeString> rtfAsPlainText(ByteView data) {
+    auto text = decode(data, encodings::UTF8);
+    if (!text) return std::nullopt;
+    text->truncate(text->length() / 2);
+    const std::string half = toUtf8(*text);
+    return stringFromRTFData(ByteView(reinterpret_cast<const std::uint8_t*>(half.data()), half.size()));
 }
 
 }  // namespace tessivo::DataWangersNSDataAdditions

@@ -1,7 +1,8 @@
 // Byte-buffer operations on RTF bodies: decompression and plain text.
 //
 //   namespace data = tessivo::DataWangersNSDataAdditions;
-//   if (auto rtf = data::getRTFForData(streamBytes)) ...
+//   if (auto rtf = data::getRTFForData(streamBytes))
+//       if (auto text = data::stringFromRTFData(*rtf)) index(*text);
 //
 // Results are new values owned by the caller; nothing borrows the input.
 #pragma once
@@ -18,7 +19,15 @@ namespace tessivo::DataWangersNSDataAdditions {
 // for other headers, "MELA" bodies included.
 std::optional<Bytes> getRTFForData(ByteView data);
 
+// The plain text an RTF reader shows for the document; nothing when the
+// bytes are not RTF.
+std::optional<icu::UnicodeString> stringFromRTFData(ByteView data);
+
 // The bytes as text: UTF-8 when valid, else ISO Latin 1 (which takes any bytes).
 std::optional<icu::UnicodeString> rtfStringFromData(ByteView data);
+
+// The plain text of the first half of the characters of the UTF-8 bytes
+// (length / 2 code units, rounded down); nothing when the bytes are not UTF-8.
+std::optional<icu::UnicodeString> rtfAsPlainText(ByteView data);
 
 }  // namespace tessivo::DataWangersNSDataAdditions

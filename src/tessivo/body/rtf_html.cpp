@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "tessivo/body/rtf_wangers.h"
-#include "tessivo/body/strict_text.h"
+#include "tessivo/foundation/encoding.h"
 
 namespace tessivo {
 namespace {
@@ -113,8 +113,8 @@ bool RTFWangers::isEncapsulatedHTML(ByteView rtf) {
 }
 
 std::optional<icu::UnicodeString> RTFWangers::extractHTMLFromEncapsulatedRTF(ByteView rtf) {
-    auto text = body::decodeStrict(rtf, "UTF-8");
-    if (!text) text = body::decodeStrict(rtf, "windows-1252");
+    auto text = decode(rtf, encodings::UTF8);
+    if (!text) text = decode(rtf, encodings::Windows1252);
     if (!text) return std::nullopt;
     auto html = HTMLExtractor(*text).run();
     if (html.isEmpty()) return std::nullopt;

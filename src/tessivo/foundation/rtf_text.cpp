@@ -1,0 +1,505 @@
+#include "tessivo/foundation/rtf_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
+
+namespace tessivo {
+namespace {
+
+constexpr int kDefaultCodePage = 1252;
+// Deeper groups share their parent's state instead of growing the stack.
+constexpr std::size_t kMaxGroupDepth = 4096;
+// Font definitions kept per document; later ones fall back to the document's code page.
+constexpr std::size_t kMaxFonts = 4096;
+// Longest control word kept; longer words are read whole and ignored.
+constexpr std::size_t kMaxWordLetters = 32;
+constexpr std::size_t kMaxCachedCodePages = 64;
+// Fallback characters skipped after "\uN" at most ("\ucN").
+constexpr int kMaxFallbackChars = 16;
+
+// ---- code pages -----------------------------------------------------------
+
+// A converter for one Windows code page; single-byte pages also get a table
+// so that the common one-byte escapes need no converter call.
+struct CodePage {
+    std::unique_ptr<UConverter, decltype(&ucnv_close)> converter{nullptr, &ucnv_close};
+    bool singleByte = true;
+    std::array<char16_t, 256> table{};
+};
+
+// Bytes a code page cannot map become U+FFFD (ICU's default is U+001A for
+// some multi-byte pages).
+void U_CALLCONV replacementCharacter(const void*, UConverterToUnicodeArgs* args, const char*, int32_t,
+                                     UConverterCallbackReason reason, UErrorCode* status) {
+    if (reason > UCNV_IRREGULAR) return;
+    *status = U_ZERO_ERROR;
+    const UChar replacement = 0xFFFD;
+    ucnv_cbToUWriteUChars(args, &replacement, 1, 0, status);
+}
+
+std::unique_ptr<CodePage> openCodePage(int number) {
+    auto page = std::make_unique<CodePage>();
+    const std::string candidates[] = {number == 65001 ? "UTF-8" : "windows-" + std::to_string(number),
+                                      "ibm-" + std::to_string(number), "windows-1252"};
+    for (const auto& name : candidates) {
+        UErrorCode status = U_ZERO_ERROR;
+        page->converter.reset(ucnv_open(name.c_str(), &status));
+        if (U_SUCCESS(status) && page->converter) break;
+        page->converter.reset();
+    }
+    if (!page->converter) {
+        // Without converter data bytes stand for themselves (ISO Latin 1).
+        for (int b = 0; b < 256; ++b) page->table[b] = static_cast<char16_t>(b);
+        return page;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_setToUCallBack(page->converter.get(), replacementCharacter, nullptr, nullptr, nullptr, &status);
+    page->singleByte = ucnv_getMaxCharSize(page->converter.get()) == 1;
+    if (page->singleByte) {
+        for (int b = 0; b < 256; ++b) {
+            const char byte = static_cast<char>(b);
+            UChar unit[2];
+            UErrorCode status = U_ZERO_ERROR;
+            ucnv_reset(page->converter.get());
+            const auto n = ucnv_toUChars(page->converter.get(), unit, 2, &byte, 1, &status);
+            page->table[b] = U_SUCCESS(status) && n == 1 ? unit[0] : u'\uFFFD';
+        }
+    }
+    return page;
+}
+
+CodePage& codePage(int number) {
+    thread_local std::unordered_map<int, std::unique_ptr<CodePage>> cache;
+    if (auto it = cache.find(number); it != cache.end()) return *it->second;
+    if (cache.size() >= kMaxCachedCodePages) cache.clear();
+    return *(cache[number] = openCodePage(number));
+}
+
+// The code page of a font character set ("\fcharsetN"); 0 for the document's.
+int codePageOfCharset(int charset) {
+    switch (charset) {
+        case 77: return 10000;
+        case 128: return 932;
+        case 129: return 949;
+        case 134: return 936;
+        case 136: return 950;
+        case 161: return 1253;
+        case 162: return 1254;
+        case 163: return 1258;
+        case 177: return 1255;
+        case 178: return 1256;
+        case 186: return 1257;
+        case 204: return 1251;
+        case 222: return 874;
+        case 238: return 1250;
+        case 254: return 437;
+        case 255: return 850;
+        default: return 0;
+    }
+}
+
+// ---- control words --------------------------------------------------------
+
+enum class Action : std::uint8_t {
+    Emit,            // a character
+    SkipDestination, // a group that holds no text
+    FontTable,
+    Font,
+    FontCharset,
+    FontCodePage,
+    DocumentCodePage,
+    DefaultFont,
+    Plain,
+    Unicode,
+    FallbackCount,
+    Binary,
+};
+
+struct Keyword {
+    Action action;
+    char16_t character = 0;  // for Emit; for DocumentCodePage the fixed page when non-zero
+};
+
+const std::unordered_map<std::string_view, Keyword>& keywords() {
+    static const std::unordered_map<std::string_view, Keyword> table = [] {
+        std::unordered_map<std::string_view, Keyword> t;
+        const std::pair<std::string_view, char16_t> characters[] = {
+            {"par", u'\n'},       {"line", u'\n'},        {"sect", u'\n'},      {"row", u'\n'},
+            {"nestrow", u'\n'},   {"tab", u'\t'},         {"cell", u'\t'},      {"nestcell", u'\t'},
+            {"page", u'\f'},      {"emdash", u'\u2014'},  {"endash", u'\u2013'}, {"emspace", u'\u2003'},
+            {"enspace", u'\u2002'}, {"qmspace", u'\u2005'}, {"bullet", u'\u2022'}, {"lquote", u'\u2018'},
+            {"rquote", u'\u2019'}, {"ldblquote", u'\u201C'}, {"rdblquote", u'\u201D'}, {"zwj", u'\u200D'},
+            {"zwnj", u'\u200C'},  {"zwbo", u'\u200B'},    {"ltrmark", u'\u200E'}, {"rtlmark", u'\u200F'},
+        };
+        for (const auto& [word, c] : characters) t.emplace(word, Keyword{Action::Emit, c});
+        for (std::string_view word :
+             {"colortbl", "stylesheet", "info", "pict", "nonshppict", "header", "headerl", "headerr", "headerf",
+              "footer", "footerl", "footerr", "footerf", "footnote", "annotation", "fldinst", "xe", "tc", "txe",
+              "rxe", "revtbl", "filetbl", "listtable", "listoverridetable", "pn", "objdata", "objclass",
+              "objname", "template", "rsidtbl", "generator", "themedata", "colorschememapping", "latentstyles",
+              "datastore", "xmlnstbl", "pgdsctbl", "bkmkstart", "bkmkend", "datafield", "comment", "upr"})
+            t.emplace(word, Keyword{Action::SkipDestination});
+        t.emplace("fonttbl", Keyword{Action::FontTable});
+        t.emplace("f", Keyword{Action::Font});
+        t.emplace("fcharset", Keyword{Action::FontCharset});
+        t.emplace("cpg", Keyword{Action::FontCodePage});
+        t.emplace("ansicpg", Keyword{Action::DocumentCodePage});
+        t.emplace("ansi", Keyword{Action::DocumentCodePage, 1252});
+        t.emplace("mac", Keyword{Action::DocumentCodePage, 10000});
+        t.emplace("pc", Keyword{Action::DocumentCodePage, 437});
+        t.emplace("pca", Keyword{Action::DocumentCodePage, 850});
+        t.emplace("deff", Keyword{Action::DefaultFont});
+        t.emplace("plain", Keyword{Action::Plain});
+        t.emplace("u", Keyword{Action::Unicode});
+        t.emplace("uc", Keyword{Action::FallbackCount});
+        t.emplace("bin", Keyword{Action::Binary});
+        return t;
+    }();
+    return table;
+}
+
+// ---- the reader -----------------------------------------------------------
+
+enum class Destination : std::uint8_t { Text, Skip, FontTable };
+
+struct Group {
+    Destination destination = Destination::Text;
+    int font = -1;  // -1: the document's default font
+    int fallbackCount = 1;
+};
+
+bool isLetter(std::uint8_t c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isDigit(std::uint8_t c) { return c >= '0' && c <= '9'; }
+int hexValue(std::uint8_t c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+// Bytes that end a run of ordinary text.
+bool isSpecial(std::uint8_t c) { return c == '{' || c == '}' || c == '\\' || c == '\r' || c == '\n' || c == 0; }
+
+class Reader {
+public:
+    Reader(ByteView rtf, char16_t* out, std::size_t capacity)
+        : p_(rtf.data()), end_(rtf.data() + rtf.size()), out_(out), capacity_(capacity) {
+        stack_.reserve(64);
+        pending_.reserve(256);
+    }
+
+    // Reads to the end of the document or of the bytes; the count of
+    // characters written.
+    std::size_t run() {
+        while (p_ < end_ && !done_) {
+            switch (*p_) {
+                case '{': ++p_; openGroup(); break;
+                case '}': ++p_; closeGroup(); break;
+                case '\\': ++p_; control(); break;
+                case '\r': case '\n': case 0: ++p_; break;
+                default: text(); break;
+            }
+            if (cur_.destination == Destination::Skip && !done_) skipGroup();
+        }
+        flushBytes();
+        return count_;
+    }
+
+private:
+    void put(char16_t c) {
+        if (count_ < capacity_) out_[count_++] = c;
+    }
+
+    // True (and one fewer to skip) while the fallback text of "\uN" is skipped.
+    bool consumeFallback() {
+        if (fallbackLeft_ == 0) return false;
+        --fallbackLeft_;
+        return true;
+    }
+
+    void openGroup() {
+        flushBytes();
+        fallbackLeft_ = 0;
+        if (stack_.size() >= kMaxGroupDepth)
+            ++overflow_;
+        else
+            stack_.push_back(cur_);
+        // "{\*" opens a destination that readers not knowing it ignore.
+        if (end_ - p_ >= 2 && p_[0] == '\\' && p_[1] == '*') {
+            p_ += 2;
+            cur_.destination = Destination::Skip;
+        }
+    }
+
+    void closeGroup() {
+        flushBytes();
+        fallbackLeft_ = 0;
+        if (overflow_ > 0) {
+            --overflow_;
+            return;
+        }
+        if (stack_.empty()) {
+            done_ = true;
+            return;
+        }
+        cur_ = stack_.back();
+        stack_.pop_back();
+        // The document ends with its outermost group.
+        if (stack_.empty()) done_ = true;
+    }
+
+    // Consumes the rest of a group that holds no text, through its "}".
+    void skipGroup() {
+        flushBytes();
+        std::size_t depth = 0;
+        while (p_ < end_) {
+            const std::uint8_t c = *p_++;
+            if (c == '{') {
+                ++depth;
+            } else if (c == '}') {
+                if (depth == 0) {
+                    closeGroup();
+                    return;
+                }
+                --depth;
+            } else if (c == '\\' && p_ < end_) {
+                if (!isLetter(*p_)) {
+                    ++p_;
+                    continue;
+                }
+                std::string_view word;
+                long number = 0;
+                bool hasNumber = false;
+                readWord(word, number, hasNumber);
+                if (word == "bin" && hasNumber) skipBinary(number);
+            }
+        }
+    }
+
+    void skipBinary(long count) {
+        if (count <= 0) return;
+        const auto left = static_cast<std::size_t>(end_ - p_);
+        p_ += std::min(left, static_cast<std::size_t>(count));
+    }
+
+    // Reads a control word's letters, optional number and delimiting space.
+    void readWord(std::string_view& word, long& number, bool& hasNumber) {
+        const std::uint8_t* start = p_;
+        while (p_ < end_ && isLetter(*p_)) ++p_;
+        word = std::string_view(reinterpret_cast<const char*>(start), static_cast<std::size_t>(p_ - start));
+        bool negative = false;
+        if (p_ < end_ && *p_ == '-' && end_ - p_ >= 2 && isDigit(p_[1])) {
+            negative = true;
+            ++p_;
+        }
+        hasNumber = false;
+        number = 0;
+        while (p_ < end_ && isDigit(*p_)) {
+            // Keep the value in range; RTF numbers are 16 or 32 bits.
+            if (number < 100000000000L) number = number * 10 + (*p_ - '0');
+            hasNumber = true;
+            ++p_;
+        }
+        if (negative) number = -number;
+        if (p_ < end_ && *p_ == ' ') ++p_;
+    }
+
+    void control() {
+        if (p_ >= end_) return;
+        const std::uint8_t c = *p_;
+        if (isLetter(c)) {
+            controlWord();
+            return;
+        }
+        ++p_;
+        if (c == '\'') {
+            hexByte();
+            return;
+        }
+        flushBytes();
+        if (consumeFallback()) return;
+        switch (c) {
+            case '\\': case '{': case '}': emit(static_cast<char16_t>(c)); break;
+            case '~': emit(u'\u00A0'); break;
+            case '_': emit(u'\u2011'); break;
+            case '\r': case '\n': emit(u'\n'); break;
+            case '\t': emit(u'\t'); break;
+            default: break;  // "\-" optional hyphen, "\:" and others show nothing
+        }
+    }
+
+    void emit(char16_t c) {
+        if (cur_.destination == Destination::Text) put(c);
+    }
+
+    void hexByte() {
+        if (end_ - p_ < 2) {
+            p_ = end_;
+            return;
+        }
+        const int hi = hexValue(p_[0]);
+        const int lo = hexValue(p_[1]);
+        if (hi < 0 || lo < 0) return;
+        p_ += 2;
+        if (consumeFallback()) return;
+        if (cur_.destination == Destination::Text) addByte(static_cast<std::uint8_t>(hi * 16 + lo));
+    }
+
+    void controlWord() {
+        std::string_view word;
+        long number = 0;
+        bool hasNumber = false;
+        readWord(word, number, hasNumber);
+        if (word.size() > kMaxWordLetters) return;
+        flushBytes();
+        const auto& table = keywords();
+        const auto it = table.find(word);
+        if (it == table.end()) {
+            consumeFallback();
+            return;
+        }
+        const Keyword k = it->second;
+        if (k.action == Action::Binary) {
+            skipBinary(number);
+            consumeFallback();
+            return;
+        }
+        if (consumeFallback()) return;
+        const int value = static_cast<int>(std::clamp<long>(number, std::numeric_limits<int>::min() / 2,
+                                                            std::numeric_limits<int>::max() / 2));
+        switch (k.action) {
+            case Action::Emit: emit(k.character); break;
+            case Action::SkipDestination: cur_.destination = Destination::Skip; break;
+            case Action::FontTable: cur_.destination = Destination::FontTable; break;
+            case Action::Font:
+                if (cur_.destination == Destination::FontTable) {
+                    fontBeingDefined_ = value;
+                } else {
+                    cur_.font = value;
+                }
+                break;
+            case Action::FontCharset: defineFontCodePage(codePageOfCharset(value)); break;
+            case Action::FontCodePage: defineFontCodePage(value); break;
+            case Action::DocumentCodePage:
+                if (k.character != 0)
+                    documentCodePage_ = k.character;
+                else if (value > 0)
+                    documentCodePage_ = value;
+                break;
+            case Action::DefaultFont: defaultFont_ = value; break;
+            case Action::Plain: cur_.font = -1; break;
+            case Action::Unicode:
+                if (cur_.destination == Destination::Text) put(static_cast<char16_t>(value < 0 ? value + 65536 : value));
+                fallbackLeft_ = cur_.fallbackCount;
+                break;
+            case Action::FallbackCount: cur_.fallbackCount = std::clamp(value, 0, kMaxFallbackChars); break;
+            case Action::Binary: break;
+        }
+    }
+
+    void defineFontCodePage(int page) {
+        if (cur_.destination != Destination::FontTable || fontBeingDefined_ < 0) return;
+        if (fonts_.size() >= kMaxFonts && !fonts_.count(fontBeingDefined_)) return;
+        if (page > 0) fonts_[fontBeingDefined_] = page;
+    }
+
+    int currentCodePage() const {
+        const int font = cur_.font >= 0 ? cur_.font : defaultFont_;
+        if (const auto it = fonts_.find(font); it != fonts_.end()) return it->second;
+        return documentCodePage_;
+    }
+
+    // Ordinary text up to the next brace, backslash or line break.
+    void text() {
+        while (fallbackLeft_ > 0 && p_ < end_ && !isSpecial(*p_)) {
+            ++p_;
+            --fallbackLeft_;
+        }
+        const std::uint8_t* start = p_;
+        while (p_ < end_ && !isSpecial(*p_)) ++p_;
+        if (cur_.destination != Destination::Text) return;
+        for (const std::uint8_t* q = start; q < p_; ++q) {
+            const std::uint8_t b = *q;
+            // Bytes above ASCII belong to the code page; so do ASCII bytes
+            // inside a multi-byte run, where they can be trail bytes.
+            if (b >= 0x80 || (!pending_.empty() && !runPage_->singleByte)) {
+                addByte(b);
+            } else {
+                flushBytes();
+                put(b);
+            }
+        }
+    }
+
+    void addByte(std::uint8_t b) {
+        if (pending_.empty()) runPage_ = &codePage(currentCodePage());
+        pending_.push_back(static_cast<char>(b));
+    }
+
+    // Decodes the pending run of code-page bytes.
+    void flushBytes() {
+        if (pending_.empty()) return;
+        if (runPage_->singleByte) {
+            for (const char b : pending_) put(runPage_->table[static_cast<std::uint8_t>(b)]);
+        } else {
+            UConverter* converter = runPage_->converter.get();
+            ucnv_reset(converter);
+            UChar* target = out_ + count_;
+            const char* source = pending_.data();
+            UErrorCode status = U_ZERO_ERROR;
+            ucnv_toUnicode(converter, &target, out_ + capacity_, &source, pending_.data() + pending_.size(), nullptr,
+                           true, &status);
+            count_ = static_cast<std::size_t>(target - out_);
+        }
+        pending_.clear();
+    }
+
+    const std::uint8_t* p_;
+    const std::uint8_t* end_;
+    char16_t* out_;
+    std::size_t capacity_;
+    std::size_t count_ = 0;
+    bool done_ = false;
+
+    Group cur_;
+    std::vector<Group> stack_;
+    std::size_t overflow_ = 0;
+    int fallbackLeft_ = 0;
+
+    int documentCodePage_ = kDefaultCodePage;
+    int defaultFont_ = -1;
+    int fontBeingDefined_ = -1;
+    std::unordered_map<int, int> fonts_;
+
+    std::string pending_;
+    const CodePage* runPage_ = nullptr;
+};
+
+}  // namespace
+
+std::optional<icu::UnicodeString> rtfPlainText(ByteView rtf) {
+    static constexpr std::string_view kSignature = "{\\rtf";
+    if (rtf.size() < kSignature.size() || std::memcmp(rtf.data(), kSignature.data(), kSignature.size()) != 0)
+        return std::nullopt;
+    // Every character comes from at least one byte, so the input's length
+    // bounds the text.
+    if (rtf.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) return std::nullopt;
+    const auto capacity = static_cast<std::int32_t>(rtf.size());
+    icu::UnicodeString text;
+    char16_t* buffer = text.getBuffer(capacity);
+    if (buffer == nullptr) return std::nullopt;
+    const std::size_t length = Reader(rtf, buffer, static_cast<std::size_t>(capacity)).run();
+    text.releaseBuffer(static_cast<std::int32_t>(length));
+    return text;
+}
+
+}  // namespace tessivo
