@@ -4,38 +4,32 @@
 
 #include <gtest/gtest.h>
 
-#include "tessivo/foundation/log.h"
+#include "tessivo/foundation/value.h"
 
 namespace tessivo::WindowsCodePageWangersNSStringAdditions {
 namespace {
 
-std::string utf8(const icu::UnicodeString& s) {
-    std::string out;
-    s.toUTF8String(out);
-    return out;
-}
-
-icu::UnicodeString text(const char* s) { return icu::UnicodeString::fromUTF8(s); }
+icu::UnicodeString text(const char* s) { return fromUtf8(s); }
 
 TEST(StringFromHTMLTest, LaysOutTheDocument) {
-    EXPECT_EQ(utf8(stringFromHTML(text("<html><head><style>p{}</style></head><body><p>One</p><p>Two &amp; three</p>"
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<html><head><style>p{}</style></head><body><p>One</p><p>Two &amp; three</p>"
                                        "<table><tr><td>a<td>b</table></body></html>"))),
               "One\n\nTwo & three\n\na\tb");
-    EXPECT_EQ(utf8(stringFromHTML(text("<ul><li>x</li><li>y</li></ul>"))), "\u2022 x\n\u2022 y");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<ul><li>x</li><li>y</li></ul>"))), "\u2022 x\n\u2022 y");
 }
 
 TEST(StringFromHTMLTest, EndTagsAndBreaksBecomeWhiteSpaceBeforeLayout) {
     // "</p>", "</div>" and "<br...>" are replaced by line feeds before the
     // layout, which then collapses them like any other white space.
-    EXPECT_EQ(utf8(stringFromHTML(text("a</P>b"))), "a b");
-    EXPECT_EQ(utf8(stringFromHTML(text("x<BR/>y<br class=\"z\">w"))), "x y w");
-    EXPECT_EQ(utf8(stringFromHTML(text("<div>a</DIV>b"))), "a b");
-    EXPECT_EQ(utf8(stringFromHTML(text("<pre>x<br>y</pre>"))), "x\ny");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("a</P>b"))), "a b");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("x<BR/>y<br class=\"z\">w"))), "x y w");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<div>a</DIV>b"))), "a b");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<pre>x<br>y</pre>"))), "x\ny");
 }
 
 TEST(StringFromHTMLTest, QuotedPrintableIsDecodedFirst) {
-    EXPECT_EQ(utf8(stringFromHTML(text("<p>caf=C3=A9 =\r\nau lait</p>"))), "caf\u00E9 au lait");
-    EXPECT_EQ(utf8(stringFromHTML(text("<b>1 =3D 1</b>"))), "1 = 1");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<p>caf=C3=A9 =\r\nau lait</p>"))), "caf\u00E9 au lait");
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<b>1 =3D 1</b>"))), "1 = 1");
 }
 
 TEST(StringFromHTMLTest, FailuresGiveEmptyText) {
@@ -44,11 +38,11 @@ TEST(StringFromHTMLTest, FailuresGiveEmptyText) {
 }
 
 TEST(StringByStrippingHTMLTest, TidiesTheLayout) {
-    EXPECT_EQ(utf8(stringByStrippingHTML(text("<p>  One  </p><p>Two</p>"))), "One\n\nTwo");
-    EXPECT_EQ(utf8(stringByStrippingHTML(text("<pre>  a \t\t b  \nx\n\n\n\ny\n\n</pre>"))), "a b\nx\n\ny");
+    EXPECT_EQ(toUtf8(stringByStrippingHTML(text("<p>  One  </p><p>Two</p>"))), "One\n\nTwo");
+    EXPECT_EQ(toUtf8(stringByStrippingHTML(text("<pre>  a \t\t b  \nx\n\n\n\ny\n\n</pre>"))), "a b\nx\n\ny");
     // Line breaks are collapsed before lines are trimmed.
-    EXPECT_EQ(utf8(stringByStrippingHTML(text("<pre>a\n \n \n \nb</pre>"))), "a\n\n\n\nb");
-    EXPECT_EQ(utf8(stringByStrippingHTML(text("<pre>\n\n \n \n \n</pre>"))), "");
+    EXPECT_EQ(toUtf8(stringByStrippingHTML(text("<pre>a\n \n \n \nb</pre>"))), "a\n\n\n\nb");
+    EXPECT_EQ(toUtf8(stringByStrippingHTML(text("<pre>\n\n \n \n \n</pre>"))), "");
     EXPECT_EQ(stringByStrippingHTML(icu::UnicodeString()), u"");
     icu::UnicodeString loneSurrogate(u"<p>a</p>");
     loneSurrogate.append(static_cast<char16_t>(0xD800));
@@ -56,12 +50,12 @@ TEST(StringByStrippingHTMLTest, TidiesTheLayout) {
 }
 
 TEST(StringByStrippingHTMLFallbackTest, StripsTagsAndReplacesEntities) {
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("<p>One</p><pre>x</pre>"))), "\nOne\n\nx\n");
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("<!-- c --><b>bold</b>"))), "bold");
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("<script type=\"t\">x</script>y<STYLE>s</style>z"))), "yz");
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("<param name=a><link rel=b><picture>"))), "\n\n\n");
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("&AMP;lt; &Nbsp;&copy;&#39;&trade;"))), "<  \u00A9&#39;\u2122");
-    EXPECT_EQ(utf8(stringByStrippingHTMLFallback(text("a  \t b"))), "a  \t b");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("<p>One</p><pre>x</pre>"))), "\nOne\n\nx\n");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("<!-- c --><b>bold</b>"))), "bold");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("<script type=\"t\">x</script>y<STYLE>s</style>z"))), "yz");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("<param name=a><link rel=b><picture>"))), "\n\n\n");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("&AMP;lt; &Nbsp;&copy;&#39;&trade;"))), "<  \u00A9&#39;\u2122");
+    EXPECT_EQ(toUtf8(stringByStrippingHTMLFallback(text("a  \t b"))), "a  \t b");
     EXPECT_EQ(stringByStrippingHTMLFallback(icu::UnicodeString()), u"");
 }
 

@@ -12,17 +12,12 @@
 #include "tessivo/foundation/log.h"
 #include "tessivo/foundation/regex.h"
 #include "tessivo/foundation/text.h"
+#include "tessivo/foundation/value.h"
 #include "tessivo/mime/mime_strings.h"
 #include "tessivo/toolkit/string_wangers.h"
 
 namespace tessivo::WindowsCodePageWangersNSStringAdditions {
 namespace {
-
-std::string utf8(const icu::UnicodeString& s) {
-    std::string out;
-    s.toUTF8String(out);
-    return out;
-}
 
 // The text laid out by the HTML renderer; nothing when it cannot be encoded
 // as UTF-8 or is not a usable document.
@@ -40,7 +35,7 @@ void replaceMatches(icu::UnicodeString& text, const icu::UnicodeString& pattern,
     std::string error;
     const auto regex = Regex::compile(pattern, flags, &error);
     if (!regex) {
-        log("Failed to create regex with pattern '%s': %s", utf8(pattern).c_str(), error.c_str());
+        log("Failed to create regex with pattern '%s': %s", toUtf8(pattern).c_str(), error.c_str());
         return;
     }
     try {
