@@ -14,5 +14,6 @@ constexpr int kExitBadInput = 1;
 constexpr int kExitUsage = 2;
 
 void addRecollSetupCommand(CLI::App& app, int& status);
+void addDecodeCommand(CLI::App& app, int& status);
 
 }  // namespace tessivo::cli

@@ -19,4 +19,6 @@ struct DecodeKind {
     std::function<std::optional<Bytes>(ByteView input, std::string& reason)> decode;
 };
 
+std::vector<DecodeKind> rtfDecodeKinds();
+
 }  // namespace tessivo::cli

@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
 
     int status = kExitOk;
     addRecollSetupCommand(app, status);
+    addDecodeCommand(app, status);
 
     try {
         app.parse(argc, argv);
