@@ -1,0 +1,100 @@
+// The directory of a compound document: its entries in load order, the
+// children of a storage in tree order, and lookup by slash-separated path.
+//
+//   tessivo::DirectoryTree tree;
+//   tree.loadEntries(directoryBytes, directoryBytes.size());
+//   if (const auto* e = tree.findEntry(u"/__substg1.0_0037001F")) use(e->start, e->size);
+//
+// Entries borrow nothing from the bytes they were loaded from. Not safe for
+// concurrent use: lookups borrow the tree's visited bitmap.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <unicode/unistr.h>
+
+#include "tessivo/foundation/value.h"
+
+namespace tessivo {
+
+// One directory entry as loaded.
+struct DirectoryEntry {
+    icu::UnicodeString name;
+    // The type byte is not 0 (empty).
+    bool valid = false;
+    // The type byte is not 2 (stream): storages, the root and unknown types are folders.
+    bool dir = false;
+    std::uint64_t size = 0;
+    std::uint64_t start = 0;
+    std::uint64_t prev = 0;
+    std::uint64_t next = 0;
+    std::uint64_t child = 0;
+    // Seconds since 1970-01-01 UTC of the modification time.
+    std::int64_t time = 0;
+
+    friend bool operator==(const DirectoryEntry&, const DirectoryEntry&) = default;
+    // The entry as a dictionary with the keys "name", "valid", "dir", "size",
+    // "start", "prev", "next", "child" and "time".
+    Dictionary toDictionary() const;
+};
+
+class DirectoryTree {
+public:
+    static constexpr std::uint64_t kNoSibling = 0xFFFFFFFF;
+    // Byte offsets of the fields within an entry.
+    static constexpr std::size_t kNameOffset = 0;
+    static constexpr std::size_t kNameBytes = 64;
+    static constexpr std::size_t kNameLengthOffset = 64;
+    static constexpr std::size_t kTypeOffset = 66;
+    static constexpr std::size_t kPrevOffset = 68;
+    static constexpr std::size_t kNextOffset = 72;
+    static constexpr std::size_t kChildOffset = 76;
+    static constexpr std::size_t kTimeOffset = 100;
+    static constexpr std::size_t kStartOffset = 116;
+    static constexpr std::size_t kSizeOffset = 120;
+
+    void emptyAllocationTable() { entries_.clear(); }
+    std::uint64_t entryCount() const { return entries_.size(); }
+    // The entry at index, or nullptr; borrowed until the next load.
+    const DirectoryEntry* entry(std::uint64_t index) const {
+        return index < entries_.size() ? &entries_[index] : nullptr;
+    }
+
+    // Decodes size / 128 entries of bytes; true when at least one was loaded.
+    // After an entry named "MsoDataStore", entries with empty names are left out.
+    bool loadEntries(ByteView bytes, std::uint64_t size);
+
+    // The first index whose entry equals e, or -1.
+    std::int64_t indexOf(const DirectoryEntry& e) const;
+    // The lowest index whose children hold index, or -1.
+    std::int64_t parent(std::uint64_t index) const;
+    // Shorter names first, then case-sensitive comparison: -1, 0 or +1.
+    static int compareDirectoryName(const icu::UnicodeString& a, const icu::UnicodeString& b);
+    // The children of the storage at index in name order.
+    std::vector<std::uint64_t> children(std::uint64_t index) const;
+    // The entry at path ("/" is the root; empty components are skipped), or nullptr.
+    const DirectoryEntry* findEntry(const icu::UnicodeString& path) const;
+    // The same lookup yielding the index, or nothing.
+    std::optional<std::uint64_t> findIndex(const icu::UnicodeString& path) const;
+    // The index of the child of storage named name, or 0 when there is none.
+    // closest becomes the last node examined when the search ends at the first one.
+    std::uint64_t findChildWithIndex(std::uint64_t storage, const icu::UnicodeString& name,
+                                     std::uint64_t& closest) const;
+
+    // Decodes one 128-byte entry.
+    static DirectoryEntry decodeEntry(ByteView bytes);
+
+private:
+    void markVisited(std::uint64_t index) const;
+    bool wasVisited(std::uint64_t index) const;
+    void clearVisited() const;
+
+    std::vector<DirectoryEntry> entries_;
+    // One bit per entry for the walk in progress, and the bits set by it.
+    mutable std::vector<std::uint64_t> visited_;
+    mutable std::vector<std::uint64_t> visitedList_;
+};
+
+}  // namespace tessivo

@@ -1,0 +1,83 @@
+// Mole: the one door through which the rest of the system reads a compound
+// document. It opens a document from bytes, hands out whole streams by path
+// and describes the storage tree as a flat list, a nested list or a nested
+// dictionary of stream contents.
+//
+//   int code = 0;
+//   auto mole = tessivo::Mole::initWithData(fileBytes, &code);   // borrows fileBytes
+//   if (!mole) return refuse(code);                              // code 1..4
+//   std::optional<tessivo::Bytes> body = mole->getStream(u"__substg1.0_1000001F");
+//   tessivo::Dictionary all = mole->getOLEDictionary();
+//
+// Paths are icu::UnicodeString: names separated by "/", from the root "/";
+// empty components are skipped, so "a/b", "/a/b" and "//a//b" are the same
+// stream. Names compare case-sensitively.
+//
+// A stream comes back as whole sectors (its chain length times the sector
+// size), not cut to its declared size, and is cut at 16,000,016 bytes.
+// Diagnostics go to tessivo::log. A Mole is used by one thread at a time.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <unicode/unistr.h>
+
+#include "tessivo/compound/compound_document.h"
+#include "tessivo/foundation/value.h"
+
+namespace tessivo {
+
+class Mole {
+public:
+    // Opens data in place: data must outlive the Mole and everything it hands
+    // out borrows nothing from it. Nothing when the document does not open;
+    // resultCode (when given) receives the document's result code: 0 opened,
+    // 1 fewer than 512 bytes, 2 wrong signature, 3 invalid header or damaged
+    // structure, 4 no reader (empty data).
+    static std::optional<Mole> initWithData(ByteView data, int* resultCode = nullptr);
+    // The same over a copy the Mole keeps.
+    static std::optional<Mole> initWithOwnedData(Bytes data, int* resultCode = nullptr);
+
+    // The bytes of the stream at path, or nothing for a storage or a missing path.
+    std::optional<Bytes> getStream(const icu::UnicodeString& path) const;
+    // Every entry as {"entryname": full path, "entrysize": declared size (streams only)},
+    // in tree order. Each call appends to the listing of the calls before it.
+    Array getDirectory();
+    // The tree as nested lists of {"entryname", "objectdata" | "childentry"}.
+    Array getOLEArray() const;
+    // The tree as nested dictionaries: stream name to bytes, storage name to
+    // its dictionary; empty storages are left out.
+    Dictionary getOLEDictionary() const;
+    // The same, keeping at the top level only the given names and storages
+    // whose names begin with "__attach_version"; everything below is kept,
+    // empty storages included. Without names everything is kept.
+    Dictionary getOLEDictionaryWithContents(const std::optional<std::vector<icu::UnicodeString>>& names) const;
+
+    const CompoundDocument& compoundDocument() const { return *compoundDocument_; }
+
+private:
+    // What one listing may still visit and hand out (see limits.h).
+    struct Budget {
+        std::uint64_t visits;
+        std::uint64_t bytes;
+        bool spend(std::uint64_t visitCount, std::uint64_t byteCount);
+    };
+    explicit Mole(std::unique_ptr<CompoundDocument> document);
+    static std::optional<Mole> openDocument(std::unique_ptr<CompoundDocument> document, int* resultCode);
+
+    Budget newBudget() const;
+    std::optional<Bytes> getStream(const icu::UnicodeString& path, Budget* budget) const;
+    void buildDirectory(const icu::UnicodeString& path, int depth, Budget& budget);
+    Array buildOLEArray(const icu::UnicodeString& path, int depth, Budget& budget) const;
+    Dictionary buildOLEDictionary(const icu::UnicodeString& path, int depth, Budget& budget) const;
+    Dictionary buildOLEDictionary(const icu::UnicodeString& path,
+                                  const std::optional<std::vector<icu::UnicodeString>>& names, int depth,
+                                  Budget& budget) const;
+
+    Array directoryArray_;
+    std::unique_ptr<CompoundDocument> compoundDocument_;
+};
+
+}  // namespace tessivo

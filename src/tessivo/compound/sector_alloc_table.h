@@ -1,0 +1,64 @@
+// A sector allocation table: entry i holds the sector that follows sector i
+// in its chain.
+//
+//   tessivo::SectorAllocTable table;
+//   table.setSectorSize(512);
+//   table.allocationLoad(tableBytes, tableBytes.size());
+//   std::vector<std::uint32_t> chain = table.allocationFollow(firstSector);
+//
+// Not safe for concurrent use: a walk borrows the table's visited bitmap.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tessivo/foundation/value.h"
+
+namespace tessivo {
+
+// One walk along a chain: the sectors in order and how the walk ended.
+struct ChainWalk {
+    enum class Ending { End, Circular, TooLong };
+    std::vector<std::uint32_t> sectors;
+    Ending ending = Ending::End;
+    // The repeated sector of a circular chain.
+    std::uint64_t repeated = 0;
+
+    // Logs the message of a damaged ending; nothing for a normal one.
+    void logEnding() const;
+};
+
+class SectorAllocTable {
+public:
+    static constexpr std::uint32_t kFreeEntry = 0xFFFFFFFF;
+
+    SectorAllocTable() { initialize(); }
+
+    // Empties the table, then makes 128 free entries; sector size 4096.
+    void initialize();
+    void setSectorSize(std::int32_t size) { sectorSize_ = size; }
+    std::int32_t sectorSize() const { return sectorSize_; }
+    std::uint64_t allocationCount() const { return entries_.size(); }
+
+    // Shrinks from the end or grows with free entries.
+    void allocationResize(std::uint64_t count);
+    // Grows the table to index + 1 entries when its count is less than index.
+    void allocationSetValue(std::uint32_t value, std::uint64_t index);
+    // Replaces the table with the length / 4 little-endian words of bytes.
+    void allocationLoad(ByteView bytes, std::uint64_t length);
+    // The entry at index, or kFreeEntry past the end.
+    std::uint32_t entry(std::uint64_t index) const { return index < entries_.size() ? entries_[index] : kFreeEntry; }
+
+    // The chain that begins at start, logging a cycle or an overlong chain.
+    std::vector<std::uint32_t> allocationFollow(std::uint64_t start) const;
+    // The same walk without logging.
+    ChainWalk walk(std::uint64_t start) const;
+
+private:
+    std::vector<std::uint32_t> entries_;
+    std::int32_t sectorSize_ = 4096;
+    // One bit per entry, set during a walk and cleared after it.
+    mutable std::vector<std::uint64_t> visited_;
+};
+
+}  // namespace tessivo

@@ -1,0 +1,98 @@
+#include "tessivo/compound/stream_handler.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "tessivo/compound/compound_document_io.h"
+#include "tessivo/compound/limits.h"
+
+namespace tessivo {
+
+bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry) {
+    io_ = &io;
+    entry_ = entry;
+    const SectorAllocTable& table =
+        usesSmallSectors() ? io.smallSectorAllocationTable() : io.masterSectorAllocationTable();
+    sectorArray_ = table.allocationFollow(entry.start);
+    memoryPosition_ = 0;
+    cacheSize_ = compound::kStreamCacheBytes;
+    cachePtr_ = 0;
+    cacheData_.assign(compound::kStreamCacheBytes, 0);
+    updateCache();
+    return true;
+}
+
+bool StreamHandler::usesSmallSectors() const { return entry_.size < io_->header().threshold; }
+
+std::uint64_t StreamHandler::sectorSize() const {
+    return usesSmallSectors() ? io_->smallSectorSize() : io_->bigSectorSize();
+}
+
+void StreamHandler::copyFromSector(std::uint64_t chainIndex, std::uint64_t offset, std::uint8_t* out,
+                                   std::uint64_t n, bool logFaults) const {
+    const std::uint32_t sector = sectorArray_[chainIndex];
+    if (!usesSmallSectors()) {
+        io_->copyBigSector(sector, offset, out, n);
+        return;
+    }
+    if (logFaults)
+        if (auto fault = io_->smallSectorFault(sector)) fault->log();
+    io_->copySmallSector(sector, offset, out, n);
+}
+
+std::uint64_t StreamHandler::readAtPosition(std::uint64_t position, std::uint8_t* data,
+                                            std::uint64_t maxLength) const {
+    if (!data || maxLength == 0) return 0;
+    const std::uint64_t size = sectorSize();
+    std::uint64_t index = position / size;
+    if (index >= sectorArray_.size()) return 0;
+    std::uint64_t offset = position % size;
+    std::uint64_t copied = 0;
+    while (copied < maxLength && index < sectorArray_.size()) {
+        const std::uint64_t n = std::min(size - offset, maxLength - copied);
+        copyFromSector(index, offset, data + copied, n, true);
+        copied += n;
+        offset = 0;
+        ++index;
+    }
+    return copied;
+}
+
+std::uint64_t StreamHandler::read(std::uint8_t* data, std::uint64_t maxLength) {
+    const std::uint64_t n = readAtPosition(memoryPosition_, data, maxLength);
+    memoryPosition_ += n;
+    return n;
+}
+
+void StreamHandler::updateCache() {
+    cachePtr_ = memoryPosition_ / compound::kStreamCacheBytes * compound::kStreamCacheBytes;
+    std::uint64_t blockSize = compound::kStreamCacheBytes;
+    if (cachePtr_ + blockSize > entry_.size) blockSize = entry_.size > cachePtr_ ? entry_.size - cachePtr_ : 0;
+    cacheSize_ = readAtPosition(cachePtr_, cacheData_.data(), blockSize);
+}
+
+void StreamHandler::copyPrefix(std::uint8_t* out, std::uint64_t n) const {
+    const std::uint64_t size = sectorSize();
+    const ByteView data = io_->data();
+    std::uint64_t copied = 0;
+    std::size_t index = 0;
+    if (usesSmallSectors()) {
+        for (; copied < n; ++index, copied += size)
+            copyFromSector(index, 0, out + copied, std::min(size, n - copied), false);
+        return;
+    }
+    // Big sectors that follow each other in the file are copied as one run.
+    while (copied < n) {
+        std::size_t runEnd = index + 1;
+        while (runEnd < sectorArray_.size() && sectorArray_[runEnd] == sectorArray_[runEnd - 1] + 1) ++runEnd;
+        const std::uint64_t runBytes = std::min<std::uint64_t>((runEnd - index) * size, n - copied);
+        const std::uint64_t start = (static_cast<std::uint64_t>(sectorArray_[index]) + 1) * size;
+        const std::uint64_t available = start < data.size() ? std::min(runBytes, data.size() - start) : 0;
+        if (available > 0) std::memcpy(out + copied, data.data() + start, available);
+        std::memset(out + copied + available, 0, runBytes - available);
+        copied += runBytes;
+        index = runEnd;
+    }
+}
+
+}  // namespace tessivo

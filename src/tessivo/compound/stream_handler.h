@@ -1,0 +1,62 @@
+// Reads one stream of an open compound document through its sector chain.
+//
+//   auto handler = io.streamHandler(u"/__substg1.0_0037001F");
+//   std::uint8_t buf[16];
+//   std::uint64_t n = handler->read(buf, sizeof buf);
+//
+// A handler borrows its reader, which must outlive it. The declared size only
+// selects small or big sectors: a stream read to its end yields whole sectors.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <unicode/unistr.h>
+
+#include "tessivo/compound/directory_tree.h"
+#include "tessivo/foundation/value.h"
+
+namespace tessivo {
+
+class CompoundDocumentIO;
+
+class StreamHandler {
+public:
+    // Takes the entry's chain (small sectors below the threshold, else big ones)
+    // and fills the cache with the first block; false when that cannot be done.
+    bool initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry);
+
+    std::uint64_t currentPosition() const { return memoryPosition_; }
+    // Copies up to maxLength bytes from position along the chain.
+    std::uint64_t readAtPosition(std::uint64_t position, std::uint8_t* data, std::uint64_t maxLength) const;
+    // Reads at the current position and advances it.
+    std::uint64_t read(std::uint8_t* data, std::uint64_t maxLength);
+    // Reads the block around the current position into the cache.
+    void updateCache();
+
+    // Copies the first n bytes of the chain (n at most chainBytes()) into out,
+    // without any message.
+    void copyPrefix(std::uint8_t* out, std::uint64_t n) const;
+    // Bytes the chain holds: its length times the sector size.
+    std::uint64_t chainBytes() const { return sectorArray_.size() * sectorSize(); }
+    bool usesSmallSectors() const;
+    std::uint64_t sectorSize() const;
+    const std::vector<std::uint32_t>& sectorArray() const { return sectorArray_; }
+    const DirectoryEntry& entry() const { return entry_; }
+    bool fail() const { return fail_; }
+
+private:
+    void copyFromSector(std::uint64_t chainIndex, std::uint64_t offset, std::uint8_t* out, std::uint64_t n,
+                        bool logFaults) const;
+
+    std::vector<std::uint32_t> sectorArray_;
+    const CompoundDocumentIO* io_ = nullptr;
+    std::uint64_t memoryPosition_ = 0;
+    std::uint64_t cacheSize_ = 4096;
+    std::uint64_t cachePtr_ = 0;
+    DirectoryEntry entry_;
+    bool fail_ = false;
+    Bytes cacheData_;
+};
+
+}  // namespace tessivo
