@@ -13,6 +13,7 @@ namespace {
 // Each decoder module contributes its kinds here, one line per module.
 constexpr std::vector<DecodeKind> (*kKindSources[])() = {
     rtfDecodeKinds,
+    htmlDecodeKinds,
 };
 
 const std::vector<DecodeKind>& decodeKinds() {

@@ -20,5 +20,6 @@ struct DecodeKind {
 };
 
 std::vector<DecodeKind> rtfDecodeKinds();
+std::vector<DecodeKind> htmlDecodeKinds();
 
 }  // namespace tessivo::cli
