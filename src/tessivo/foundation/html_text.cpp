@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -1008,7 +1009,8 @@ private:
 }  // namespace
 
 std::optional<icu::UnicodeString> htmlToPlainText(std::string_view utf8, const HtmlTextOptions& options) {
-    if (!isValidUtf8(utf8)) return std::nullopt;
+    // The text must fit a UTF-16 string: 2^31 - 1 units.
+    if (utf8.size() > static_cast<std::size_t>(INT32_MAX) || !isValidUtf8(utf8)) return std::nullopt;
     Renderer renderer(utf8, options);
     const std::string& text = renderer.run();
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));

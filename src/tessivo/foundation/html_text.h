@@ -39,7 +39,8 @@ struct HtmlTextOptions {
 };
 
 // The text of an HTML document given as UTF-8 bytes. Nothing when the bytes
-// are not valid UTF-8; "" for a document without visible text.
+// are not valid UTF-8 or exceed 2^31 - 1 bytes; "" for a document without
+// visible text.
 std::optional<icu::UnicodeString> htmlToPlainText(std::string_view utf8, const HtmlTextOptions& options = {});
 
 }  // namespace tessivo
