@@ -9,6 +9,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   # desktop-search hosts and their tests: Recoll, KDE's KFileMetaData, MIME database
   recollcmd libkf5filemetadata-dev extra-cmake-modules qtbase5-dev shared-mime-info
+  # an independent compound document reader for the listing conformance test
+  python3-olefile
 )
 
 missing=()

@@ -12,6 +12,8 @@ int main(int argc, char** argv) {
     app.footer("Exit status: 0 success, 1 unreadable or undecodable input, 2 usage error.");
 
     int status = kExitOk;
+    addLsCommand(app, status);
+    addCatCommand(app, status);
     addRecollSetupCommand(app, status);
     addDecodeCommand(app, status);
 

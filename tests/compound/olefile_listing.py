@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""Compares `tessivo ls` with the listing an independent reader (olefile) finds
+for every .msg file of the corpus: the same storages and streams by full path,
+and the same declared size for each stream.
+
+Usage: olefile_listing.py TESSIVO CORPUS_DIR
+Exits 77 (skipped) when the corpus or the olefile module is missing.
+
+Differences between the two readers that are not faults, and how they are met:
+- olefile decodes entry names as UTF-16; tessivo keeps the low byte of each
+  unit and drops control characters. Corpus names are ASCII apart from the
+  leading control character of property-set streams ("\\x05SummaryInformation"),
+  so olefile's names are compared with characters below U+0020 removed.
+- olefile reports sizes of 4096-byte-sector files with the high 32 bits of the
+  size field; tessivo declares the low 32 bits. Corpus streams are far below
+  4 GB, so the numbers agree; the comparison keeps the low 32 bits to say so.
+- Names that are not ASCII do not survive tessivo's 8-bit reading: the low
+  bytes are no UTF-8 and the name becomes empty. After an entry named
+  "MsoDataStore", entries with empty names are left out of the directory,
+  which renumbers the entries after them, so tessivo deliberately lists such a
+  storage's contents differently (Office writes base64-like non-ASCII names
+  there). The contents of a storage holding such a name are left out of the
+  comparison on both sides, and the script says so.
+- olefile lists in its own order; the comparison is of sorted listings.
+"""
+import os
+import subprocess
+import sys
+
+SKIP = 77
+
+
+def survives_8bit_reading(name):
+    low = bytes(ord(c) & 0xFF for c in name if (ord(c) & 0xFF) >= 0x20)
+    try:
+        low.decode("utf-8")
+    except UnicodeDecodeError:
+        return False
+    return all(ord(c) < 0x80 for c in name) or low.decode("utf-8") == name
+
+
+def olefile_listing(olefile, path):
+    """The sorted listing, and the storages whose contents cannot be compared."""
+    entries, incomparable = [], set()
+    with olefile.OleFileIO(path) as ole:
+        for parts in ole.listdir(streams=True, storages=True):
+            clean = ["".join(c for c in p if ord(c) >= 0x20) for p in parts]
+            full = "/" + "/".join(clean)
+            if not survives_8bit_reading(parts[-1]):
+                incomparable.add("/" + "/".join(clean[:-1]))
+            if ole.get_type(parts) == olefile.STGTY_STREAM:
+                entries.append((full, ole.get_size(parts) & 0xFFFFFFFF))
+            else:
+                entries.append((full, None))
+    return sorted(entries), incomparable
+
+
+def without(entries, storages):
+    return [e for e in entries if not any(e[0].startswith(s + "/") for s in storages)]
+
+
+def tessivo_listing(tessivo, path):
+    run = subprocess.run([tessivo, "ls", path], capture_output=True, check=False)
+    if run.returncode != 0:
+        raise RuntimeError(f"tessivo ls {path}: exit {run.returncode}: {run.stderr.decode(errors='replace')}")
+    entries = []
+    for line in run.stdout.decode("utf-8").splitlines():
+        name, _, size = line.partition("\t")
+        entries.append((name, int(size) if size else None))
+    return sorted(entries)
+
+
+def main():
+    if len(sys.argv) != 3:
+        print(__doc__, file=sys.stderr)
+        return 2
+    tessivo, corpus = sys.argv[1], sys.argv[2]
+    try:
+        import olefile
+    except ImportError:
+        print("skipped: the olefile module is missing (Debian package python3-olefile)")
+        return SKIP
+    if not os.path.isdir(corpus):
+        print(f"skipped: no corpus at {corpus}")
+        return SKIP
+    files = sorted(os.path.join(d, f) for d, _, names in os.walk(corpus) for f in names if f.endswith(".msg"))
+    if not files:
+        print(f"skipped: no .msg files under {corpus}")
+        return SKIP
+    failures = 0
+    for path in files:
+        theirs, incomparable = olefile_listing(olefile, path)
+        ours = tessivo_listing(tessivo, path)
+        if incomparable:
+            print(f"note {path}: names that are not ASCII under {sorted(incomparable)}: their contents are not compared")
+            ours, theirs = without(ours, incomparable), without(theirs, incomparable)
+        if ours != theirs:
+            failures += 1
+            only_ours = sorted(set(ours) - set(theirs))
+            only_theirs = sorted(set(theirs) - set(ours))
+            print(f"MISMATCH {path}\n  only tessivo: {only_ours[:10]}\n  only olefile: {only_theirs[:10]}")
+    print(f"{len(files) - failures} of {len(files)} listings agree")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,32 @@
+// Opening a file as a compound document for the ls and cat commands.
+//
+//   auto doc = openCompound(path, verbose);
+//   if (!doc) return kExitBadInput;      // one reason line is on stderr
+//   doc->mole.getStream(u"__substg1.0_1000001F");
+//
+// Without verbose the reader's diagnostics are dropped for the rest of the
+// run, so that a refused file costs exactly one line on stderr; with verbose
+// they go to stderr as they come.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tessivo/compound/mole.h"
+#include "tessivo/foundation/mapped_file.h"
+
+namespace tessivo::cli {
+
+struct CompoundInput {
+    // The mapping the Mole reads in place; declared first so that it outlives the Mole.
+    MappedFile file;
+    Mole mole;
+};
+
+// The reason in words for a compound document result code.
+const char* compoundResultReason(int code);
+
+// Maps and opens path, or reports why it cannot be read and yields nothing.
+std::optional<CompoundInput> openCompound(const std::string& path, bool verbose);
+
+}  // namespace tessivo::cli
