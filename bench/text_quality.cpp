@@ -1,0 +1,85 @@
+// Text quality over the corpus: for every message with a Unicode plain body
+// (Outlook's own rendering), the word-level F1 of each body converter's text
+// against it, per file, with the median and the share of files at 0.8 or more.
+//
+//   bench_text_quality [CORPUS_DIR]     (default: TESSIVO_CORPUS, then the configured corpus)
+//
+// Each converter is one column below; add a column to compare another.
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/corpus.h"
+#include "support/corpus_bodies.h"
+#include "support/word_f1.h"
+#include "tessivo/body/rtf_data.h"
+
+namespace {
+
+using tessivo::testing::MessageBodies;
+
+struct Column {
+    std::string name;
+    // The converter's text, or nothing when the message lacks its body.
+    std::function<std::optional<icu::UnicodeString>(const MessageBodies&)> text;
+};
+
+std::optional<icu::UnicodeString> rtfBodyText(const MessageBodies& m) {
+    namespace data = tessivo::DataWangersNSDataAdditions;
+    if (!m.compressedRtf) return std::nullopt;
+    const auto rtf = data::getRTFForData(*m.compressedRtf);
+    if (!rtf) return icu::UnicodeString();
+    return data::stringFromRTFData(*rtf).value_or(icu::UnicodeString());
+}
+
+const std::vector<Column>& columns() {
+    static const std::vector<Column> all = {
+        {"rtf", rtfBodyText},
+    };
+    return all;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace tessivo::testing;
+    if (argc > 1) setenv("TESSIVO_CORPUS", argv[1], 1);
+    else setenv("TESSIVO_CORPUS", TESSIVO_CORPUS_DIR, 0);
+    const auto dir = corpusDir();
+    if (!dir) {
+        std::fprintf(stderr, "text_quality: corpus folder not found\n");
+        return 1;
+    }
+
+    std::printf("%-60s %7s", "file", "words");
+    for (const auto& c : columns()) std::printf(" %8s", c.name.c_str());
+    std::printf("\n");
+    std::vector<std::vector<double>> scores(columns().size());
+    for (const auto& m : corpusMessageBodies()) {
+        if (!m.plainText) continue;
+        const auto file = std::filesystem::relative(m.path, *dir).string();
+        std::printf("%-60s %7zu", file.c_str(), words(withoutLinkTargets(*m.plainText)).size());
+        for (std::size_t i = 0; i < columns().size(); ++i) {
+            const auto text = columns()[i].text(m);
+            if (!text) {
+                std::printf(" %8s", "-");
+                continue;
+            }
+            const double f1 = wordF1(*text, *m.plainText).f1;
+            scores[i].push_back(f1);
+            std::printf(" %8.3f", f1);
+        }
+        std::printf("\n");
+    }
+    for (std::size_t i = 0; i < columns().size(); ++i) {
+        const auto& s = scores[i];
+        std::size_t good = 0;
+        for (double f : s) good += f >= 0.8;
+        std::printf("%s: %zu files, median F1 %.3f, %.0f%% at 0.8 or more\n", columns()[i].name.c_str(), s.size(),
+                    median(s), s.empty() ? 0.0 : 100.0 * static_cast<double>(good) / static_cast<double>(s.size()));
+    }
+    return 0;
+}
