@@ -109,6 +109,7 @@ TEST(RtfTextTest, DamagedDocumentsYieldWhatWasRead) {
     // The document ends with its outermost group: padding after it is not text.
     EXPECT_EQ(text(std::string("{\\rtf1 a}b}\0\0\0", 13)), "a");
     EXPECT_EQ(text(std::string("{\\rtf1 a\0b", 10)), "ab");
+    EXPECT_EQ(text("{\\rtf1 a\\par" + std::string(100000, '\0')), "a\n");
     // Deep nesting is read without recursion or unbounded state.
     EXPECT_EQ(text("{\\rtf1 " + std::string(100000, '{') + "x" + std::string(100000, '}') + "y}"), "xy");
 }

@@ -490,6 +490,8 @@ std::optional<icu::UnicodeString> rtfPlainText(ByteView rtf) {
     static constexpr std::string_view kSignature = "{\\rtf";
     if (rtf.size() < kSignature.size() || std::memcmp(rtf.data(), kSignature.data(), kSignature.size()) != 0)
         return std::nullopt;
+    // NUL bytes are not text; decompressed bodies are often padded with them.
+    while (!rtf.empty() && rtf.back() == 0) rtf = rtf.first(rtf.size() - 1);
     // Every character comes from at least one byte, so the input's length
     // bounds the text.
     if (rtf.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) return std::nullopt;
@@ -497,8 +499,10 @@ std::optional<icu::UnicodeString> rtfPlainText(ByteView rtf) {
     icu::UnicodeString text;
     char16_t* buffer = text.getBuffer(capacity);
     if (buffer == nullptr) return std::nullopt;
-    const std::size_t length = Reader(rtf, buffer, static_cast<std::size_t>(capacity)).run();
-    text.releaseBuffer(static_cast<std::int32_t>(length));
+    const auto length = static_cast<std::int32_t>(Reader(rtf, buffer, static_cast<std::size_t>(capacity)).run());
+    text.releaseBuffer(length);
+    // Markup-heavy documents leave most of the buffer unused; keep only the text.
+    if (length < capacity / 2) return icu::UnicodeString(text.getBuffer(), length);
     return text;
 }
 
