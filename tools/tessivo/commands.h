@@ -18,4 +18,6 @@ void addDecodeCommand(CLI::App& app, int& status);
 void addLsCommand(CLI::App& app, int& status);
 void addCatCommand(CLI::App& app, int& status);
 
+void addTextCommand(CLI::App& app, int& status);
+
 }  // namespace tessivo::cli

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     addCatCommand(app, status);
     addRecollSetupCommand(app, status);
     addDecodeCommand(app, status);
+    addTextCommand(app, status);
 
     try {
         app.parse(argc, argv);

@@ -23,6 +23,9 @@ inline const icu::UnicodeString kMDItemTextContent(u"kMDItemTextContent");
 inline const icu::UnicodeString kContentTypeMsg(u"com.orvanel.tessivo.msg");
 inline const icu::UnicodeString kContentTypeProMsg(u"com.orvanel.tessivopro.msg");
 
+// True for exactly one of the two accepted content types (letter case counts).
+bool acceptsContentType(const icu::UnicodeString& contentType);
+
 // Stores the text of the file at path under kMDItemTextContent and returns
 // true; returns false, setting nothing, for an unaccepted content type, an
 // unreadable, empty or damaged file, or a message without a usable body.

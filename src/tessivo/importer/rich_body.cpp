@@ -1,0 +1,28 @@
+#include "tessivo/importer/rich_body.h"
+
+#include "tessivo/body/html_conversion.h"
+#include "tessivo/body/rtf_data.h"
+#include "tessivo/body/rtf_wangers.h"
+#include "tessivo/foundation/encoding.h"
+
+namespace tessivo::importer {
+
+std::optional<icu::UnicodeString> rtfBodyText(ByteView streamBytes) {
+    if (streamBytes.empty() || !RTFWangers::typeIsRTF(streamBytes.data(), streamBytes.size())) return std::nullopt;
+    const std::optional<Bytes> rtf = DataWangersNSDataAdditions::getRTFForData(streamBytes);
+    if (!rtf || rtf->empty()) return std::nullopt;
+    std::optional<icu::UnicodeString> text = DataWangersNSDataAdditions::stringFromRTFData(*rtf);
+    if (!text || text->isEmpty()) return std::nullopt;
+    return text;
+}
+
+std::optional<icu::UnicodeString> htmlBodyText(ByteView streamBytes) {
+    if (streamBytes.empty()) return std::nullopt;
+    const std::optional<icu::UnicodeString> html = decode(streamBytes, encodings::UTF8);
+    if (!html || html->isEmpty()) return std::nullopt;
+    icu::UnicodeString text = WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html);
+    if (text.isEmpty()) return std::nullopt;
+    return text;
+}
+
+}  // namespace tessivo::importer
