@@ -1,17 +1,22 @@
-// Writes examples/sample.msg: a small Outlook message with a subject, a plain
-// text body, a property stream and one recipient, built with the project's
-// compound document writer.
+// Writes examples/sample.msg: a small Outlook message with a subject, the
+// same body three ways (compressed RTF, HTML and plain text, as Outlook
+// stores them), a property stream and one recipient, built with the
+// project's compound document and compressed-RTF writers.
 //
 //   make_sample OUTPUT.msg
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <string_view>
 
 #include "support/cfb_writer.h"
+#include "support/lzfu_encoder.h"
 
 namespace {
 
 using tessivo::Bytes;
+
+Bytes bytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
 using tessivo::testing::utf16le;
 
 void putU32(Bytes& b, std::size_t offset, std::uint32_t v) {
@@ -41,6 +46,15 @@ int main(int argc, char** argv) {
     w.addStream("__substg1.0_1000001F",
                 utf16le("Hi Sam,\r\n\r\nAre you free for lunch on Friday? The new noodle place on Harbour Street "
                         "opens at noon and I would love to try it.\r\n\r\nSee you soon,\r\nMaya\r\n"));
+    w.addStream("__substg1.0_10130102",
+                bytesOf("<html><head><meta charset=\"utf-8\"></head><body><p>Hi Sam,</p>"
+                        "<p>Are you free for lunch on <b>Friday</b>? The new noodle place on Harbour Street "
+                        "opens at noon and I would love to try it.</p><p>See you soon,<br>Maya</p></body></html>"));
+    w.addStream("__substg1.0_10090102",
+                tessivo::testing::lzfuCompress(bytesOf(
+                    "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fswiss Calibri;}}\\f0\\fs22 "
+                    "Hi Sam,\\par\\par Are you free for lunch on {\\b Friday}? The new noodle place on Harbour "
+                    "Street opens at noon and I would love to try it.\\par\\par See you soon,\\line Maya\\par}")));
 
     // The message's property stream: a 32-byte header (one recipient, no
     // attachments), then message flags (read) and importance (normal).
