@@ -15,7 +15,11 @@
 #include "support/corpus.h"
 #include "support/corpus_bodies.h"
 #include "support/word_f1.h"
+#include "support/encapsulated_html.h"
+#include "tessivo/body/html_conversion.h"
 #include "tessivo/body/rtf_data.h"
+#include "tessivo/body/rtf_wangers.h"
+#include "tessivo/foundation/encoding.h"
 
 namespace {
 
@@ -35,9 +39,29 @@ std::optional<icu::UnicodeString> rtfBodyText(const MessageBodies& m) {
     return data::stringFromRTFData(*rtf).value_or(icu::UnicodeString());
 }
 
+// stringFromHTML of the HTML body stream read as UTF-8.
+std::optional<icu::UnicodeString> htmlBodyText(const MessageBodies& m) {
+    if (!m.html) return std::nullopt;
+    const auto html = tessivo::decode(*m.html, tessivo::encodings::UTF8);
+    if (!html) return icu::UnicodeString();
+    return tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html);
+}
+
+// stringFromHTML of the HTML that an RTF body made from HTML carries.
+std::optional<icu::UnicodeString> rtfHtmlText(const MessageBodies& m) {
+    if (!m.compressedRtf) return std::nullopt;
+    const auto rtf = tessivo::DataWangersNSDataAdditions::getRTFForData(*m.compressedRtf);
+    if (!rtf || !tessivo::RTFWangers::isEncapsulatedHTML(*rtf)) return std::nullopt;
+    const auto html = tessivo::testing::EncapsulatedHtml::extract(
+        std::string_view(reinterpret_cast<const char*>(rtf->data()), rtf->size()));
+    return tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(html);
+}
+
 const std::vector<Column>& columns() {
     static const std::vector<Column> all = {
         {"rtf", rtfBodyText},
+        {"html", htmlBodyText},
+        {"rtf-html", rtfHtmlText},
     };
     return all;
 }
