@@ -50,6 +50,23 @@ TEST(HtmlTextTest, ListsAndTables) {
     EXPECT_EQ(render("<td>no</td><td>table</td>"), "notable");
 }
 
+TEST(HtmlTextTest, ImpliedEndTags) {
+    EXPECT_EQ(render("<p>a<table><tr><td>b</table>c"), "a\n\nb\nc");          // a table ends the paragraph
+    EXPECT_EQ(render("<dl><dt>term<dd>meaning<dt>next</dl>"), "term\nmeaning\nnext");
+    EXPECT_EQ(render("<ul><li>a<div><li>b</div></ul>"), "\u2022 a\n\u2022 b");  // div does not shield the item
+    EXPECT_EQ(render("<ol><li>a<ol><li>b</ol><li>c</ol>"), "1. a\n1. b\n2. c");
+    EXPECT_EQ(render("<h1>a<h2>b</h2>c"), "a\n\nb\n\nc");
+    EXPECT_EQ(render("<select><option>a<option>b</select>"), "a\nb");
+    EXPECT_EQ(render("<b>a<div>b</b>c</div>d"), "a\nbc\nd");  // a block between ignores the inline end tag
+}
+
+TEST(HtmlTextTest, SpacesAroundBreaksAndSeparators) {
+    EXPECT_EQ(render("a <br> b"), "a\nb");
+    EXPECT_EQ(render("<table><tr><td> a </td><td> b </td></tr></table>"), "a\tb");
+    EXPECT_EQ(render("<p>&nbsp;x</p>"), "\u00A0x");
+    EXPECT_EQ(render("a<span> </span><div> </div> b"), "a\nb");
+}
+
 TEST(HtmlTextTest, HiddenContentIsDropped) {
     EXPECT_EQ(render("<html><head><title>T</title><style>p{color:red}</style><meta charset=utf-8></head>"
                      "<body><script>if (a<b) x();</script>shown<template>t</template></body></html>"),
