@@ -20,6 +20,7 @@
 #include "tessivo/body/rtf_data.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/encoding.h"
+#include "tessivo/importer/importer.h"
 
 namespace {
 
@@ -37,6 +38,12 @@ std::optional<icu::UnicodeString> rtfBodyText(const MessageBodies& m) {
     const auto rtf = data::getRTFForData(*m.compressedRtf);
     if (!rtf) return icu::UnicodeString();
     return data::stringFromRTFData(*rtf).value_or(icu::UnicodeString());
+}
+
+// The text the importer indexes for the whole message (whichever body it picks).
+std::optional<icu::UnicodeString> importerText(const MessageBodies& m) {
+    auto result = tessivo::importer::extractText(m.path.string());
+    return std::move(result.text);
 }
 
 // stringFromHTML of the HTML body stream read as UTF-8.
@@ -62,6 +69,7 @@ const std::vector<Column>& columns() {
         {"rtf", rtfBodyText},
         {"html", htmlBodyText},
         {"rtf-html", rtfHtmlText},
+        {"importer", importerText},
     };
     return all;
 }

@@ -81,22 +81,26 @@ Result extractText(ByteView fileBytes) {
 }
 
 Result extractText(const std::string& path) {
-    auto file = MappedFile::open(path);
-    if (auto* reason = std::get_if<std::string>(&file))
-        return Result{Outcome::Unreadable, {}, "cannot open: " + *reason};
-    return extractText(std::get<MappedFile>(file).bytes());
+    try {
+        auto file = MappedFile::open(path);
+        if (auto* reason = std::get_if<std::string>(&file))
+            return Result{Outcome::Unreadable, {}, "cannot open: " + *reason};
+        return extractText(std::get<MappedFile>(file).bytes());
+    } catch (const std::exception& e) {
+        return Result{Outcome::Unreadable, {}, e.what()};
+    }
 }
 
 bool importFile(const icu::UnicodeString& contentType, const std::string& path, Dictionary& attributes) {
     if (!acceptsContentType(contentType)) return false;
+    Result result = extractText(path);
+    if (result.outcome != Outcome::Text) return false;
     try {
-        Result result = extractText(path);
-        if (result.outcome != Outcome::Text) return false;
         attributes.set(kMDItemTextContent, Value(std::move(result.text)));
-        return true;
     } catch (const std::exception&) {
         return false;
     }
+    return true;
 }
 
 }  // namespace tessivo::importer
