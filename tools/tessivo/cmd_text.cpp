@@ -4,6 +4,7 @@
 
 #include "cli_io.h"
 #include "commands.h"
+#include "text_archive.h"
 #include "tessivo/foundation/log.h"
 
 namespace tessivo::cli {
@@ -80,14 +81,18 @@ void addTextCommand(CLI::App& app, int& status) {
                     "are accepted, any other gives no text (exit 3)")
         ->capture_default_str();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
-    cmd->add_option("FILE", options->files, "Outlook message files (.msg)")->required();
+    cmd->add_option("FILE", options->files, "Outlook message files (.msg); with --jsonl also folders")->required();
+    auto archive = std::make_shared<ArchiveOptions>();
+    addArchiveOptions(*cmd, *archive);
     cmd->footer(
         "Prints each file's text as UTF-8, without trailing NUL characters; with several files each text "
         "follows a line \"==> FILE <==\".\n"
         "Exit status: 0 every file gave text; 1 a file cannot be read or is not a compound document; "
         "3 a message without a usable body (or an unaccepted content type); 2 usage error. "
         "With several failures, 1 wins over 3.");
-    cmd->callback([options, &status] { status = runText(*options); });
+    cmd->callback([options, archive, &status] {
+        status = archive->jsonl ? runArchive(*options, *archive) : runText(*options);
+    });
 }
 
 }  // namespace tessivo::cli

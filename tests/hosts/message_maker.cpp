@@ -1,0 +1,57 @@
+#include "hosts/message_maker.h"
+
+#include <fstream>
+
+#include "support/cfb_writer.h"
+#include "support/lzfu_encoder.h"
+
+namespace tessivo::testing {
+namespace {
+
+Bytes bytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
+
+}  // namespace
+
+std::string_view bodyKindName(BodyKind kind) {
+    switch (kind) {
+    case BodyKind::CompressedRtf: return "rtf";
+    case BodyKind::Html: return "html";
+    case BodyKind::UnicodeText: return "unicode";
+    case BodyKind::AnsiText: return "ansi";
+    }
+    return "?";
+}
+
+Bytes makeMessage(BodyKind kind, std::string_view words) {
+    const std::string text(words);
+    CfbWriter writer;
+    writer.addStream("__substg1.0_0037001F", utf16le("Message for the search hosts"));
+    switch (kind) {
+    case BodyKind::CompressedRtf:
+        writer.addStream("__substg1.0_10090102",
+                         lzfuCompress(bytesOf("{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0 Arial;}}\n"
+                                              "\\f0\\fs20 " + text + "\\par\n}")));
+        break;
+    case BodyKind::Html:
+        writer.addStream("__substg1.0_10130102",
+                         bytesOf("<html><head><title>unused</title></head><body><p>" + text + "</p></body></html>"));
+        break;
+    case BodyKind::UnicodeText:
+        writer.addStream("__substg1.0_1000001F", utf16le(text));
+        break;
+    case BodyKind::AnsiText:
+        writer.addStream("__substg1.0_1000001E", bytesOf(text));
+        break;
+    }
+    return writer.build().bytes;
+}
+
+bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words) {
+    const Bytes bytes = makeMessage(kind, words);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    return !out.fail();
+}
+
+}  // namespace tessivo::testing

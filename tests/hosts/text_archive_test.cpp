@@ -1,0 +1,127 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "hosts/message_maker.h"
+#include "hosts/run_command.h"
+#include "support/cfb_writer.h"
+
+namespace tessivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TextArchiveTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = testing::freshScratchDir("text-archive-test");
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    void writeBytes(const fs::path& path, const Bytes& bytes) {
+        fs::create_directories(path.parent_path());
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                    static_cast<std::streamsize>(bytes.size()));
+    }
+    std::string p(const std::string& relative) const { return (dir_ / relative).string(); }
+
+    // The JSON lines of `tessivo text --jsonl ARGS`, each parsed.
+    std::vector<nlohmann::json> archive(const std::string& args, int& status) {
+        auto result = testing::runCommand(std::string(TESSIVO_COMMAND) + " text --jsonl " + args);
+        status = result.status;
+        std::vector<nlohmann::json> lines;
+        std::istringstream in(result.out);
+        for (std::string line; std::getline(in, line);) {
+            auto parsed = nlohmann::json::parse(line, nullptr, false);
+            EXPECT_FALSE(parsed.is_discarded()) << "not JSON: " << line;
+            lines.push_back(std::move(parsed));
+        }
+        return lines;
+    }
+
+    fs::path dir_;
+};
+
+TEST_F(TextArchiveTest, WalkIsSortedRecursiveAndCaseInsensitive) {
+    for (const char* name : {"b/Z.MSG", "b/a.msg", "b/notes.txt", "b/sub/m.Msg", "a.msg", "b/msg", "c.msg.txt"})
+        writeBytes(dir_ / name, {1});
+    fs::create_directory_symlink(dir_ / "b", dir_ / "b/sub/loop");  // a cycle back to b
+    fs::create_symlink(dir_ / "missing", dir_ / "b/broken.msg");     // reported, not skipped
+    fs::create_directories(dir_ / "empty.msg");                      // a folder, walked not read
+
+    int status = 0;
+    const auto lines = archive(testing::shellQuote(dir_.string()) + " " + testing::shellQuote(p("b/notes.txt")) +
+                                   " " + testing::shellQuote(p("absent.dat")) + " 2>/dev/null",
+                               status);
+    std::vector<std::string> paths;
+    for (const auto& line : lines) {
+        paths.push_back(line["path"]);
+        EXPECT_EQ(line["ok"], false);  // none of them is a message
+    }
+    const std::vector<std::string> expected = {p("a.msg"),       p("b/Z.MSG"),     p("b/a.msg"),  p("b/broken.msg"),
+                                               p("b/sub/m.Msg"), p("b/notes.txt"), p("absent.dat")};
+    EXPECT_EQ(paths, expected);
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(TextArchiveTest, LinesFollowWalkOrderWithEveryOutcome) {
+    using testing::BodyKind;
+    // Enough messages that workers finish out of order.
+    fs::create_directories(dir_ / "mail");
+    for (int i = 0; i < 40; ++i) {
+        const BodyKind kind = testing::kAllBodyKinds[i % 4];
+        ASSERT_TRUE(testing::writeMessage(dir_ / "mail" / ("m" + std::to_string(100 + i) + ".msg"), kind,
+                                          "word" + std::to_string(i)));
+    }
+    testing::CfbWriter bodiless;
+    bodiless.addStream("__substg1.0_0037001F", testing::utf16le("only a subject"));
+    writeBytes(dir_ / "mail/nobody.msg", bodiless.build().bytes);
+    Bytes truncated = testing::makeMessage(BodyKind::Html, "lost");
+    truncated.resize(300);
+    writeBytes(dir_ / "mail/truncated.msg", truncated);
+    writeBytes(dir_ / "mail/text.msg", {'h', 'i'});
+
+    int status = 0;
+    const auto lines = archive("--jobs 3 " + testing::shellQuote(dir_.string()), status);
+    ASSERT_EQ(lines.size(), 43u);
+    for (int i = 0; i < 40; ++i) EXPECT_EQ(lines[i]["path"], p("mail/m" + std::to_string(100 + i) + ".msg"));
+
+    for (int i = 0; i < 40; ++i) {
+        const auto& line = lines[i];
+        EXPECT_EQ(line["ok"], true) << line.dump();
+        EXPECT_NE(line.value("text", "").find("word" + std::to_string(i)), std::string::npos) << line.dump();
+        EXPECT_FALSE(line.contains("error"));
+    }
+    EXPECT_EQ(lines[40]["path"], p("mail/nobody.msg"));
+    EXPECT_EQ(lines[40]["ok"], true);
+    EXPECT_EQ(lines[40]["text"], "");
+    for (std::size_t i : {41u, 42u}) {  // text.msg, truncated.msg
+        EXPECT_EQ(lines[i]["ok"], false) << lines[i].dump();
+        EXPECT_FALSE(lines[i].value("error", "").empty());
+        EXPECT_FALSE(lines[i].contains("text"));
+    }
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(TextArchiveTest, ExitStatusMatchesTextCommand) {
+    ASSERT_TRUE(testing::writeMessage(dir_ / "good.msg", testing::BodyKind::UnicodeText, "fine"));
+    testing::CfbWriter bodiless;
+    bodiless.addStream("__substg1.0_0037001F", testing::utf16le("subject"));
+    writeBytes(dir_ / "empty/nobody.msg", bodiless.build().bytes);
+
+    int status = -1;
+    EXPECT_EQ(archive(testing::shellQuote(p("good.msg")), status).size(), 1u);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(archive("--jobs 1 " + testing::shellQuote(dir_.string()), status).size(), 2u);
+    EXPECT_EQ(status, 3);
+    const auto lines = archive(testing::shellQuote(p("absent.msg")) + " 2>/dev/null", status);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["ok"], false);
+    EXPECT_EQ(status, 1);
+}
+
+}  // namespace
+}  // namespace tessivo
