@@ -2,21 +2,16 @@
 // slots, then the RTF reader and the HTML-in-RTF scan over what came out.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
+#include "fuzz_helpers.h"
 #include "tessivo/body/rtf_data.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/log.h"
 
-namespace {
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tessivo;
+    using fuzz::require;
     static const bool quiet = (silenceLog(), true);
     (void)quiet;
     const ByteView input(data, size);

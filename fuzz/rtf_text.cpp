@@ -1,20 +1,15 @@
 // The RTF reader and the HTML-in-RTF scan over raw bytes.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
+#include "fuzz_helpers.h"
 #include "tessivo/body/rtf_data.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/rtf_text.h"
 
-namespace {
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tessivo;
+    using fuzz::require;
     const ByteView input(data, size);
     const auto text = rtfPlainText(input);
     // Every character comes from at least one input byte.

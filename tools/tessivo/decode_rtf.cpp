@@ -11,8 +11,14 @@ namespace {
 
 namespace data = DataWangersNSDataAdditions;
 
-Bytes utf8Bytes(const icu::UnicodeString& text) {
-    const std::string s = toUtf8(text);
+// The text as UTF-8 bytes, or nothing with why as the reason.
+std::optional<Bytes> utf8OrReason(const std::optional<icu::UnicodeString>& text, const char* why,
+                                  std::string& reason) {
+    if (!text) {
+        reason = why;
+        return std::nullopt;
+    }
+    const std::string s = toUtf8(*text);
     return Bytes(s.begin(), s.end());
 }
 
@@ -23,21 +29,11 @@ std::optional<Bytes> decodeLzfu(ByteView input, std::string& reason) {
 }
 
 std::optional<Bytes> decodeRtf(ByteView input, std::string& reason) {
-    const auto text = data::stringFromRTFData(input);
-    if (!text) {
-        reason = "not RTF (does not begin \"{\\rtf\")";
-        return std::nullopt;
-    }
-    return utf8Bytes(*text);
+    return utf8OrReason(data::stringFromRTFData(input), "not RTF (does not begin \"{\\rtf\")", reason);
 }
 
 std::optional<Bytes> decodeHtmlInRtf(ByteView input, std::string& reason) {
-    const auto html = RTFWangers::extractHTMLIfEncapsulated(input);
-    if (!html) {
-        reason = "no HTML inside the RTF";
-        return std::nullopt;
-    }
-    return utf8Bytes(*html);
+    return utf8OrReason(RTFWangers::extractHTMLIfEncapsulated(input), "no HTML inside the RTF", reason);
 }
 
 }  // namespace
