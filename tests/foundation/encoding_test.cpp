@@ -100,6 +100,9 @@ TEST(EncodingTest, EveryListedEncodingHasANameAndDecodesAscii) {
         EXPECT_EQ(decode(bytesOf("Az09 .,"), e), icu::UnicodeString(u"Az09 .,")) << e;
     }
     EXPECT_TRUE(encodingDisplayName(0x12345).isEmpty());
+    EXPECT_STREQ(encodingCharsetName(Windows1252), "windows-1252");
+    EXPECT_EQ(encodingCharsetName(NeXTSTEP), nullptr);  // our own table
+    EXPECT_EQ(encodingCharsetName(0x12345), nullptr);
 }
 
 TEST(EncodingTest, DisplayNamesOtherReadersLookUp) {
