@@ -59,6 +59,11 @@ TEST(RtfTextTest, FieldsShowTheirResult) {
     EXPECT_EQ(text(doc("{\\field{\\fldinst PAGE}{\\fldrslt 3}}")), "3");
 }
 
+TEST(RtfTextTest, UnicodePairsShowTheirAnsiText) {
+    // "\upr" holds an ANSI text and a starred Unicode twin; one copy shows.
+    EXPECT_EQ(text(doc("{\\upr{caf\\'e9}{\\*\\ud{caf\\u233?}}}")), "caf\u00E9");
+}
+
 TEST(RtfTextTest, EncapsulatedHtmlShowsWhatTheRtfShows) {
     EXPECT_EQ(text("{\\rtf1\\ansi\\fromhtml1 \\deff0{\\fonttbl{\\f0\\fswiss Arial;}}"
                    "{\\*\\htmltag19 <html>}{\\*\\htmltag64 <p>}\\htmlrtf {\\htmlrtf0 Hello "

@@ -147,7 +147,7 @@ const std::unordered_map<std::string_view, Keyword>& keywords() {
               "footer", "footerl", "footerr", "footerf", "footnote", "annotation", "fldinst", "xe", "tc", "txe",
               "rxe", "revtbl", "filetbl", "listtable", "listoverridetable", "pn", "objdata", "objclass",
               "objname", "template", "rsidtbl", "generator", "themedata", "colorschememapping", "latentstyles",
-              "datastore", "xmlnstbl", "pgdsctbl", "bkmkstart", "bkmkend", "datafield", "comment", "upr"})
+              "datastore", "xmlnstbl", "pgdsctbl", "bkmkstart", "bkmkend", "datafield", "comment"})
             t.emplace(word, Keyword{Action::SkipDestination});
         t.emplace("fonttbl", Keyword{Action::FontTable});
         t.emplace("f", Keyword{Action::Font});
