@@ -4,11 +4,12 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-debs=(libapache-poi-java hyperfine default-jdk-headless)
+debs=(libapache-poi-java hyperfine)
 missing=()
 for p in "${debs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
 done
+command -v javac > /dev/null || missing+=(default-jdk-headless)
 if ((${#missing[@]})); then
   if [[ $(id -u) -eq 0 ]]; then
     DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
