@@ -120,6 +120,19 @@ TEST_F(PluginGlueTest, AllocAndDeallocBalanceFactoryReference) {
     CFRelease(factory);
 }
 
+TEST_F(PluginGlueTest, FactoryUUIDTextParsesOnlyInCanonicalForm) {
+    CFUUIDRef lower = CFUUIDCreateFromString(kCFAllocatorDefault, CFSTR("8b08c4bf-415b-11d8-b3f9-0003936726fc"));
+    ASSERT_NE(lower, nullptr);
+    EXPECT_TRUE(CFEqual(lower, kMDImporterTypeID));
+    CFRelease(lower);
+    for (const char16_t* bad : {u"8B08C4BF415B11D8B3F90003936726FC", u"8B08C4BF-415B-11D8-B3F9-0003936726F",
+                                u"8B08C4BF-415B-11D8-B3F9-0003936726FG", u"8B08C4BF-415B+11D8-B3F9-0003936726FC"}) {
+        CFStringRef text = makeString(bad);
+        EXPECT_EQ(CFUUIDCreateFromString(kCFAllocatorDefault, text), nullptr) << tessivo::toUtf8(bad);
+        CFRelease(text);
+    }
+}
+
 TEST_F(PluginGlueTest, LocalizationNotNeededReturnsItsArgument) {
     CFStringRef text = makeString(u"text");
     EXPECT_EQ(LocalizationNotNeeded(text), text);
