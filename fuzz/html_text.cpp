@@ -2,22 +2,17 @@
 // built on it, with the invariants their callers rely on.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
+#include "fuzz_helpers.h"
 #include "tessivo/body/html_conversion.h"
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/html_text.h"
 
-namespace {
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tessivo;
     using namespace tessivo::WindowsCodePageWangersNSStringAdditions;
+    using fuzz::require;
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const auto html = decode(ByteView(data, size), encodings::UTF8);
     const auto plain = htmlToPlainText(bytes);
