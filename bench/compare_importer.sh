@@ -63,7 +63,7 @@ size="$(stat -c %s "$typical")"
 echo "typical message: $typical ($size bytes)"
 if command -v hyperfine > /dev/null; then
   hyperfine -N --warmup 20 --runs 300 --export-json "$work/hf.json" \
-    "$build/tools/tessivo/tessivo text $typical" > /dev/null
+    "$build/tools/tessivo/tessivo text $typical" > "$work/hf.out" 2>&1 || { cat "$work/hf.out" >&2; exit 1; }
   python3 -c "import json,sys; r=json.load(open(sys.argv[1]))['results'][0]; print(f'tessivo text: median {r[\"median\"]*1000:.2f} ms over {len(r[\"times\"])} runs (target < 10 ms)')" "$work/hf.json"
 fi
 /usr/bin/time -v "$build/tools/tessivo/tessivo" text "$typical" > /dev/null 2> "$work/time"
