@@ -1,5 +1,6 @@
 #include "text_archive.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,8 @@ namespace fs = std::filesystem;
 // Results kept ahead of the writer, per worker: bounds memory when one slow
 // file holds back the output of the files after it.
 constexpr std::size_t kResultsAheadPerWorker = 8;
+// Files up to this size are read into memory instead of mapped.
+constexpr std::uint64_t kReadWholeMaxBytes = 1 << 20;
 constexpr auto kProgressInterval = std::chrono::milliseconds(200);
 
 bool hasMsgExtension(const fs::path& path) {
@@ -123,9 +126,39 @@ struct Line {
     int status = kExitOk;
 };
 
+// Reads a small regular file whole into buffer; false when it is not one or
+// cannot be read, leaving the explanation to the importer's own open.
+bool readSmallFile(const std::string& path, Bytes& buffer) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct stat st {};
+    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 &&
+              static_cast<std::uint64_t>(st.st_size) <= kReadWholeMaxBytes;
+    if (ok) {
+        buffer.resize(static_cast<std::size_t>(st.st_size));
+        std::size_t got = 0;
+        while (got < buffer.size()) {
+            const ssize_t n = ::read(fd, buffer.data() + got, buffer.size() - got);
+            if (n <= 0) break;
+            got += static_cast<std::size_t>(n);
+        }
+        ok = got == buffer.size();
+    }
+    ::close(fd);
+    return ok;
+}
+
+// Small files are read rather than mapped: mapping and unmapping thousands of
+// them from several threads costs more in the kernel than the reading.
+importer::Result resultFor(const icu::UnicodeString& contentType, const std::string& path) {
+    thread_local Bytes buffer;
+    if (importer::acceptsContentType(contentType) && readSmallFile(path, buffer)) return importer::extractText(buffer);
+    return textOfFile(contentType, path);
+}
+
 Line processFile(const icu::UnicodeString& contentType, const std::string& path) {
     try {
-        const importer::Result result = textOfFile(contentType, path);
+        const importer::Result result = resultFor(contentType, path);
         return {archiveLine(path, result), exitStatusFor(result.outcome)};
     } catch (const std::exception& e) {
         importer::Result failed{importer::Outcome::Unreadable, {}, e.what()};
@@ -135,6 +168,8 @@ Line processFile(const icu::UnicodeString& contentType, const std::string& path)
 
 // Workers take files in order from a shared cursor; the writer prints lines
 // in the same order. A worker waits while it is too far ahead of the writer.
+// Each side wakes the other only when it is actually waiting, so that small
+// files do not cost a thread switch each.
 class OrderedRun {
 public:
     OrderedRun(const std::vector<std::string>& files, const icu::UnicodeString& contentType, unsigned workers)
@@ -145,14 +180,16 @@ public:
             std::size_t index;
             {
                 std::unique_lock lock(mutex_);
+                ++waitingWorkers_;
                 canTake_.wait(lock, [&] { return next_ >= files_.size() || next_ < written_ + window_; });
+                --waitingWorkers_;
                 if (next_ >= files_.size()) return;
                 index = next_++;
             }
             Line line = processFile(contentType_, files_[index]);
             std::lock_guard lock(mutex_);
             done_.emplace(index, std::move(line));
-            ready_.notify_one();
+            if (index == written_) ready_.notify_one();
         }
     }
 
@@ -163,14 +200,17 @@ public:
         canTake_.notify_all();
     }
 
-    // The line of file index, waiting for it; lines must be taken in order.
-    Line take(std::size_t index) {
+    // The next lines in file order: at least one, waiting for it, and all
+    // that follow it without a gap. Empty once every file has been taken.
+    std::vector<Line> takeReady() {
+        std::vector<Line> lines;
         std::unique_lock lock(mutex_);
-        ready_.wait(lock, [&] { return done_.count(index) > 0; });
-        auto node = done_.extract(index);
-        ++written_;
-        canTake_.notify_all();
-        return std::move(node.mapped());
+        if (written_ >= files_.size()) return lines;
+        ready_.wait(lock, [&] { return done_.count(written_) > 0; });
+        for (auto it = done_.begin(); it != done_.end() && it->first == written_; it = done_.erase(it), ++written_)
+            lines.push_back(std::move(it->second));
+        if (waitingWorkers_ > 0) canTake_.notify_all();
+        return lines;
     }
 
 private:
@@ -182,12 +222,13 @@ private:
     std::condition_variable ready_;
     std::size_t next_ = 0;
     std::size_t written_ = 0;
+    unsigned waitingWorkers_ = 0;
     std::map<std::size_t, Line> done_;
 };
 
 class Progress {
 public:
-    Progress(std::size_t total) : total_(total), shown_(::isatty(STDERR_FILENO) == 1) {}
+    explicit Progress(std::size_t total) : total_(total), shown_(::isatty(STDERR_FILENO) == 1) {}
 
     void update(std::size_t done) {
         if (!shown_) return;
@@ -241,16 +282,21 @@ int runArchive(const TextOptions& options, const ArchiveOptions& archive) {
     bool writeFailed = false;
     {
         Progress progress(files.size());
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            Line line = run.take(i);
-            status = worseStatus(status, line.status);
-            line.json += '\n';
-            if (std::fwrite(line.json.data(), 1, line.json.size(), stdout) != line.json.size()) {
+        std::size_t written = 0;
+        for (auto lines = run.takeReady(); !lines.empty(); lines = run.takeReady()) {
+            std::string out;
+            for (auto& line : lines) {
+                status = worseStatus(status, line.status);
+                out += line.json;
+                out += '\n';
+            }
+            if (std::fwrite(out.data(), 1, out.size(), stdout) != out.size()) {
                 writeFailed = true;
                 run.stop();
                 break;
             }
-            progress.update(i + 1);
+            written += lines.size();
+            progress.update(written);
         }
     }
     for (auto& worker : workers) worker.join();
