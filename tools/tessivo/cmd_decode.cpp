@@ -14,6 +14,7 @@ namespace {
 constexpr std::vector<DecodeKind> (*kKindSources[])() = {
     rtfDecodeKinds,
     htmlDecodeKinds,
+    mimeDecodeKinds,
 };
 
 const std::vector<DecodeKind>& decodeKinds() {

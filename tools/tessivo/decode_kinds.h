@@ -21,5 +21,6 @@ struct DecodeKind {
 
 std::vector<DecodeKind> rtfDecodeKinds();
 std::vector<DecodeKind> htmlDecodeKinds();
+std::vector<DecodeKind> mimeDecodeKinds();
 
 }  // namespace tessivo::cli
