@@ -58,11 +58,12 @@ public:
     bool erase(const icu::UnicodeString& key);
     void clear();
 
-    std::size_t size() const { return entries_.size(); }
-    bool empty() const { return entries_.empty(); }
+    // Defined after Value: the entry type is incomplete here.
+    std::size_t size() const;
+    bool empty() const;
     const std::vector<Entry>& entries() const { return entries_; }
-    std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
-    std::vector<Entry>::const_iterator end() const { return entries_.end(); }
+    std::vector<Entry>::const_iterator begin() const;
+    std::vector<Entry>::const_iterator end() const;
     std::vector<icu::UnicodeString> keys() const;
 
     // Equal when both hold the same keys with equal values, whatever their order.
@@ -120,6 +121,11 @@ public:
 private:
     Storage v_;
 };
+
+inline std::size_t Dictionary::size() const { return entries_.size(); }
+inline bool Dictionary::empty() const { return entries_.empty(); }
+inline std::vector<Dictionary::Entry>::const_iterator Dictionary::begin() const { return entries_.begin(); }
+inline std::vector<Dictionary::Entry>::const_iterator Dictionary::end() const { return entries_.end(); }
 
 // UTF-8 text of a string, for logs and output.
 std::string toUtf8(const icu::UnicodeString& s);
