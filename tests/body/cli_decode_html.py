@@ -4,20 +4,12 @@ text, and exactly one line on stderr for bytes that are not UTF-8.
 
 Usage: cli_decode_html.py TESSIVO SAMPLE_MSG
 """
-import subprocess
+import os
 import sys
 
-failures = []
-
-
-def run(*args, stdin=b""):
-    r = subprocess.run([TESSIVO, *args], input=stdin, capture_output=True, check=False)
-    return r.returncode, r.stdout, r.stderr.decode("utf-8", "replace").splitlines()
-
-
-def check(what, condition, detail=""):
-    if not condition:
-        failures.append(f"{what} {detail}")
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from cli_check import check, finish, run  # noqa: E402
+import cli_check  # noqa: E402
 
 
 def main():
@@ -37,8 +29,6 @@ def main():
 
 
 if __name__ == "__main__":
-    TESSIVO, SAMPLE = sys.argv[1], sys.argv[2]
+    cli_check.tessivo, SAMPLE = sys.argv[1], sys.argv[2]
     main()
-    for f in failures:
-        print("FAIL:", f)
-    sys.exit(1 if failures else 0)
+    finish()

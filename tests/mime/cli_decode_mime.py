@@ -5,21 +5,12 @@ output bytes, and one line on stderr with exit 1 for malformed input.
 Usage: cli_decode_mime.py TESSIVO
 """
 import os
-import subprocess
 import sys
 import tempfile
 
-failures = []
-
-
-def run(*args, stdin=b""):
-    r = subprocess.run([TESSIVO, *args], input=stdin, capture_output=True, check=False)
-    return r.returncode, r.stdout, r.stderr.decode("utf-8", "replace").splitlines()
-
-
-def check(what, condition, detail=""):
-    if not condition:
-        failures.append(f"{what} {detail}")
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from cli_check import check, finish, run  # noqa: E402
+import cli_check  # noqa: E402
 
 
 def expect_output(kind, stdin, expected):
@@ -52,8 +43,6 @@ def main():
 
 
 if __name__ == "__main__":
-    TESSIVO = sys.argv[1]
+    cli_check.tessivo = sys.argv[1]
     main()
-    for f in failures:
-        print("FAIL:", f)
-    sys.exit(1 if failures else 0)
+    finish()
