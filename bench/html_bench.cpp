@@ -136,6 +136,15 @@ void BM_HtmlToPlainText(benchmark::State& state) {
 }
 BENCHMARK(BM_HtmlToPlainText)->Arg(1 << 20)->Arg(10 << 20)->Unit(benchmark::kMillisecond);
 
+// The same document laid out from gumbo's tree, the path taken by markup
+// that needs the HTML5 tree builder (documents up to kHtmlMaxTreeBytes).
+void BM_HtmlTreeToPlainText(benchmark::State& state) {
+    const std::string& html = documentOfSize(static_cast<std::size_t>(state.range(0)));
+    for (auto _ : state) benchmark::DoNotOptimize(tessivo::htmlToPlainText(html, {.buildTree = true}));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * html.size()));
+}
+BENCHMARK(BM_HtmlTreeToPlainText)->Arg(1 << 20)->Unit(benchmark::kMillisecond);
+
 void BM_StringFromHTML(benchmark::State& state) {
     const icu::UnicodeString html = icu::UnicodeString::fromUTF8(documentOfSize(static_cast<std::size_t>(state.range(0))));
     for (auto _ : state) benchmark::DoNotOptimize(tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(html));
@@ -144,11 +153,11 @@ void BM_StringFromHTML(benchmark::State& state) {
 BENCHMARK(BM_StringFromHTML)->Arg(1 << 20)->Unit(benchmark::kMillisecond);
 
 // Best of `runs` wall-clock seconds for our renderer over one document.
-double bestSeconds(const std::string& html, int runs) {
+double bestSeconds(const std::string& html, int runs, const tessivo::HtmlTextOptions& options = {}) {
     double best = 1e30;
     for (int i = 0; i < runs; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        benchmark::DoNotOptimize(tessivo::htmlToPlainText(html));
+        benchmark::DoNotOptimize(tessivo::htmlToPlainText(html, options));
         best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
     return best;
@@ -178,7 +187,8 @@ void compareWithPeer() {
         return;
     }
     char line[4096];
-    std::printf("\n%-24s %12s %14s %10s\n", "document", "tessivo MB/s", "html-to-text", "ratio");
+    std::printf("\n%-24s %12s %14s %10s %12s %10s\n", "document", "tessivo MB/s", "html-to-text", "ratio",
+                "tree MB/s", "ratio");
     while (std::fgets(line, sizeof line, pipe)) {
         std::istringstream fields(line);
         std::string file;
@@ -188,8 +198,14 @@ void compareWithPeer() {
             if (d.first.string() != file) continue;
             const double megabytes = static_cast<double>(d.second->size()) / 1e6;
             const double ours = bestSeconds(*d.second, 3);
-            std::printf("%-24s %12.1f %12.1f MB/s %9.1fx\n", d.first.filename().c_str(), megabytes / ours,
+            std::printf("%-24s %12.1f %12.1f MB/s %9.1fx", d.first.filename().c_str(), megabytes / ours,
                         megabytes / peerSeconds, peerSeconds / ours);
+            if (d.second->size() <= tessivo::kHtmlMaxTreeBytes) {
+                const double tree = bestSeconds(*d.second, 3, {.buildTree = true});
+                std::printf(" %12.1f %9.1fx\n", megabytes / tree, peerSeconds / tree);
+            } else {
+                std::printf(" %12s %10s\n", "-", "-");
+            }
         }
     }
     if (pclose(pipe) != 0) std::printf("html-to-text peer failed (is node installed?)\n");

@@ -20,6 +20,7 @@
 #include "tessivo/body/rtf_data.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/encoding.h"
+#include "tessivo/foundation/html_text.h"
 #include "tessivo/importer/importer.h"
 
 namespace {
@@ -54,14 +55,30 @@ std::optional<icu::UnicodeString> htmlBodyText(const MessageBodies& m) {
     return tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html);
 }
 
-// stringFromHTML of the HTML that an RTF body made from HTML carries.
-std::optional<icu::UnicodeString> rtfHtmlText(const MessageBodies& m) {
+// The HTML that an RTF body made from HTML carries.
+std::optional<icu::UnicodeString> encapsulatedHtml(const MessageBodies& m) {
     if (!m.compressedRtf) return std::nullopt;
     const auto rtf = tessivo::DataWangersNSDataAdditions::getRTFForData(*m.compressedRtf);
     if (!rtf || !tessivo::RTFWangers::isEncapsulatedHTML(*rtf)) return std::nullopt;
-    const auto html = tessivo::testing::EncapsulatedHtml::extract(
+    return tessivo::testing::EncapsulatedHtml::extract(
         std::string_view(reinterpret_cast<const char*>(rtf->data()), rtf->size()));
-    return tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(html);
+}
+
+// stringFromHTML of that HTML.
+std::optional<icu::UnicodeString> rtfHtmlText(const MessageBodies& m) {
+    const auto html = encapsulatedHtml(m);
+    if (!html) return std::nullopt;
+    return tessivo::WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html);
+}
+
+// The same HTML laid out from gumbo's HTML5 tree, without stringFromHTML's
+// preparation, to compare the tree reading with the one-pass reading.
+std::optional<icu::UnicodeString> rtfHtmlTreeText(const MessageBodies& m) {
+    const auto html = encapsulatedHtml(m);
+    if (!html) return std::nullopt;
+    std::string utf8;
+    html->toUTF8String(utf8);
+    return tessivo::htmlToPlainText(utf8, {.buildTree = true}).value_or(icu::UnicodeString());
 }
 
 const std::vector<Column>& columns() {
@@ -69,6 +86,7 @@ const std::vector<Column>& columns() {
         {"rtf", rtfBodyText},
         {"html", htmlBodyText},
         {"rtf-html", rtfHtmlText},
+        {"html-tree", rtfHtmlTreeText},
         {"importer", importerText},
     };
     return all;

@@ -17,9 +17,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto html = decode(ByteView(data, size), encodings::UTF8);
     const auto plain = htmlToPlainText(bytes);
     const auto withAlt = htmlToPlainText(bytes, {.imageAltText = true});
-    // A document exactly when the bytes are UTF-8; alt text only adds.
+    const auto fromTree = htmlToPlainText(bytes, {.buildTree = true});
+    // A document exactly when the bytes are UTF-8, whichever reading; alt text only adds.
     require(plain.has_value() == html.has_value());
     require(withAlt.has_value() == html.has_value());
+    require(fromTree.has_value() == html.has_value());
     if (!html) return 0;
     require(withAlt->length() >= plain->length());
 

@@ -108,6 +108,34 @@ TEST(HtmlTextTest, BrokenMarkup) {
     EXPECT_EQ(render("<p><p><p>"), "");
 }
 
+// Content inside a table but outside its cells goes in front of the table,
+// as the HTML5 tree builder places it.
+TEST(HtmlTextTest, MisplacedTableContentIsLaidOutFromTheTree) {
+    EXPECT_EQ(render("<table><tr><td>cell</td>stray</tr></table>after"), "stray\ncell\nafter");
+    EXPECT_EQ(render("<p>x<table>&amp;<tr><td>a<td>b</table>"), "x&\na\tb");  // without a doctype the table stays in the p
+    EXPECT_EQ(render("<table><b>bold</b><tr><td>c</td></tr></table>"), "bold\nc");
+    EXPECT_EQ(render("<table><tr><td>a</td></tr><p>para</p></table>"), "para\n\na");
+    EXPECT_EQ(render("<table> \n <tr> <td>a</td> </tr> </table>"), "a");  // white space stays, one pass
+}
+
+// Both readings give the same text where the markup needs no tree repairs.
+TEST(HtmlTextTest, TreeAndOnePassAgreeOnWellFormedMarkup) {
+    const char* documents[] = {
+        "<html><head><title>T</title><style>p{}</style></head><body><p>One &amp; <b>two</b></p><p>Three</p></body></html>",
+        "a<div>b<br>c</div>d<hr>e",
+        "<ul><li>one</li><li>two<ol start=\"4\"><li>x</li><li value=\"9\">y</li></ol></li></ul>after",
+        "<table><tr><td> a </td><td><p>b</p></td></tr><tr><td>c</td><td></td><td>e</td></tr></table>z",
+        "<pre>\n  a  b\n c</pre><textarea>\nx &amp; y</textarea><dl><dt>t</dt><dd>d</dd></dl>",
+        "<div style=\"display:none\">gone</div><span hidden>gone</span><template>t</template>x&nbsp;y"
+        "<img alt=\"logo &amp; co\"> <script>s()</script><h2>Head</h2>tail",
+    };
+    for (const char* html : documents) {
+        SCOPED_TRACE(html);
+        for (const bool alt : {false, true})
+            EXPECT_EQ(render(html, {.imageAltText = alt, .buildTree = true}), render(html, {.imageAltText = alt}));
+    }
+}
+
 TEST(HtmlTextTest, DeepNestingStaysBounded) {
     std::string html;
     for (int i = 0; i < 20000; ++i) html += "<div><span>";

@@ -1,5 +1,7 @@
 #include "tessivo/foundation/html_text.h"
 
+#include "tessivo/foundation/html_layout.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -13,14 +15,10 @@
 namespace tessivo {
 namespace {
 
-// ---------------------------------------------------------------------------
-// Character classes and references
+using namespace html;
 
-constexpr bool isAsciiSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r'; }
-constexpr bool isAsciiAlpha(unsigned char c) { return (c | 0x20) >= 'a' && (c | 0x20) <= 'z'; }
-constexpr bool isAsciiDigit(unsigned char c) { return c >= '0' && c <= '9'; }
-constexpr bool isAsciiAlnum(unsigned char c) { return isAsciiAlpha(c) || isAsciiDigit(c); }
-constexpr unsigned char lowerAscii(unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 0x20 : c; }
+// ---------------------------------------------------------------------------
+// Character references
 
 // Bytes that end a run of text outside pre: markup, references, white space, NUL.
 constexpr std::array<bool, 256> makeStops(bool keepSpace) {
@@ -137,288 +135,12 @@ Reference readReference(std::string_view s) {
     return ref;
 }
 
-void appendUtf8(std::string& out, char32_t c) {
-    char buffer[4];
-    std::int32_t length = 0;
-    UBool error = false;
-    U8_APPEND(reinterpret_cast<std::uint8_t*>(buffer), length, 4, static_cast<UChar32>(c), error);
-    if (!error) out.append(buffer, static_cast<std::size_t>(length));
-}
-
 // ---------------------------------------------------------------------------
-// Elements
-
-enum class Kind : std::uint8_t {
-    Inline, Block, Paragraph, Heading, Br, Hr, Img, Void, ListItem, DefinitionItem, List, OrderedList,
-    Table, RowGroup, Row, Cell, Caption, Option, OptGroup, Pre, Textarea, Xmp, Plaintext, RawHidden, Title,
-    Hidden, Dialog, Ignored,
-};
-
-enum Flag : std::uint8_t {
-    kSpecial = 1,   // stops the search for an open inline element of the same name
-    kClosesP = 2,   // its start tag ends an open paragraph
-    kScope = 4,     // bounds the search for open elements
-    kListScope = 8,  // also bounds it for list items
-    kTableScope = 16,  // bounds it for table parts
-};
-
-struct TagInfo {
-    std::string_view name;
-    Kind kind;
-    std::uint8_t flags;
-};
-
-constexpr std::uint8_t kBlockFlags = kSpecial | kClosesP;
-
-// Sorted by name.
-constexpr TagInfo kTags[] = {
-    {"address", Kind::Block, kBlockFlags},      {"applet", Kind::Inline, kSpecial | kScope},
-    {"area", Kind::Void, kSpecial},              {"article", Kind::Block, kBlockFlags},
-    {"aside", Kind::Block, kBlockFlags},         {"base", Kind::Void, kSpecial},
-    {"basefont", Kind::Void, kSpecial},          {"bgsound", Kind::Void, kSpecial},
-    {"blockquote", Kind::Block, kBlockFlags},    {"body", Kind::Ignored, kSpecial},
-    {"br", Kind::Br, kSpecial},                  {"button", Kind::Inline, kSpecial},
-    {"caption", Kind::Caption, kSpecial | kScope}, {"center", Kind::Block, kBlockFlags},
-    {"col", Kind::Void, kSpecial},               {"colgroup", Kind::Inline, kSpecial},
-    {"datalist", Kind::Hidden, 0},               {"dd", Kind::DefinitionItem, kBlockFlags},
-    {"details", Kind::Block, kBlockFlags},       {"dialog", Kind::Dialog, kBlockFlags},
-    {"dir", Kind::List, kBlockFlags},            {"div", Kind::Block, kBlockFlags},
-    {"dl", Kind::Block, kBlockFlags},            {"dt", Kind::DefinitionItem, kBlockFlags},
-    {"embed", Kind::Void, kSpecial},             {"fieldset", Kind::Block, kBlockFlags},
-    {"figcaption", Kind::Block, kBlockFlags},    {"figure", Kind::Block, kBlockFlags},
-    {"footer", Kind::Block, kBlockFlags},        {"form", Kind::Block, kBlockFlags},
-    {"frame", Kind::Void, kSpecial},             {"frameset", Kind::Hidden, kSpecial},
-    {"h1", Kind::Heading, kBlockFlags},          {"h2", Kind::Heading, kBlockFlags},
-    {"h3", Kind::Heading, kBlockFlags},          {"h4", Kind::Heading, kBlockFlags},
-    {"h5", Kind::Heading, kBlockFlags},          {"h6", Kind::Heading, kBlockFlags},
-    {"head", Kind::Ignored, kSpecial},           {"header", Kind::Block, kBlockFlags},
-    {"hgroup", Kind::Block, kBlockFlags},        {"hr", Kind::Hr, kBlockFlags},
-    {"html", Kind::Ignored, kSpecial | kScope | kTableScope},  {"iframe", Kind::RawHidden, kSpecial},
-    {"image", Kind::Img, kSpecial},              {"img", Kind::Img, kSpecial},
-    {"input", Kind::Void, kSpecial},             {"keygen", Kind::Void, kSpecial},
-    {"legend", Kind::Block, 0},                  {"li", Kind::ListItem, kBlockFlags},
-    {"link", Kind::Void, kSpecial},              {"listing", Kind::Pre, kBlockFlags},
-    {"main", Kind::Block, kBlockFlags},          {"marquee", Kind::Inline, kSpecial | kScope},
-    {"menu", Kind::List, kBlockFlags},           {"meta", Kind::Void, kSpecial},
-    {"nav", Kind::Block, kBlockFlags},           {"noembed", Kind::RawHidden, kSpecial},
-    {"noframes", Kind::RawHidden, kSpecial},     {"object", Kind::Inline, kSpecial | kScope},
-    {"ol", Kind::OrderedList, kBlockFlags | kListScope},      {"optgroup", Kind::OptGroup, 0},
-    {"option", Kind::Option, 0},                 {"p", Kind::Paragraph, kBlockFlags},
-    {"param", Kind::Void, kSpecial},             {"plaintext", Kind::Plaintext, kBlockFlags},
-    {"pre", Kind::Pre, kBlockFlags},             {"rp", Kind::Hidden, 0},
-    {"script", Kind::RawHidden, kSpecial},       {"section", Kind::Block, kBlockFlags},
-    {"source", Kind::Void, kSpecial},            {"style", Kind::RawHidden, kSpecial},
-    {"summary", Kind::Block, kBlockFlags},       {"svg", Kind::Hidden, 0},
-    {"table", Kind::Table, kBlockFlags | kScope | kTableScope}, {"tbody", Kind::RowGroup, kSpecial},
-    {"td", Kind::Cell, kSpecial | kScope},       {"template", Kind::Hidden, kSpecial | kScope | kTableScope},
-    {"textarea", Kind::Textarea, kSpecial},      {"tfoot", Kind::RowGroup, kSpecial},
-    {"th", Kind::Cell, kSpecial | kScope},       {"thead", Kind::RowGroup, kSpecial},
-    {"title", Kind::Title, kSpecial},            {"tr", Kind::Row, kSpecial},
-    {"track", Kind::Void, kSpecial},             {"ul", Kind::List, kBlockFlags | kListScope},
-    {"wbr", Kind::Void, kSpecial},               {"xmp", Kind::Xmp, kBlockFlags},
-};
-
-constexpr TagInfo kUnknownTag = {"", Kind::Inline, 0};
-
-const TagInfo& findTag(std::string_view name) {
-    const auto* end = std::end(kTags);
-    const auto* it = std::lower_bound(std::begin(kTags), end, name,
-                                      [](const TagInfo& t, std::string_view n) { return t.name < n; });
-    return (it != end && it->name == name) ? *it : kUnknownTag;
-}
-
-// Blank lines that the element's box leaves around it: 0 inline, 1 own line, 2 with a blank line after.
-int lineBreaksOf(Kind kind) {
-    switch (kind) {
-    case Kind::Paragraph:
-    case Kind::Heading:
-        return 2;
-    case Kind::Inline:
-    case Kind::Img:
-    case Kind::Void:
-    case Kind::Br:
-    case Kind::Cell:
-    case Kind::RowGroup:
-    case Kind::Textarea:
-    case Kind::Ignored:
-    case Kind::Hidden:
-    case Kind::RawHidden:
-    case Kind::Title:
-        return 0;
-    default:
-        return 1;
-    }
-}
-
-// True when an inline style sets display to none (any case, spaces allowed).
-bool styleHidesElement(std::string_view style) {
-    constexpr std::string_view kProperty = "display";
-    for (std::size_t at = 0; at + kProperty.size() <= style.size(); ++at) {
-        std::size_t i = at;
-        std::size_t k = 0;
-        while (k < kProperty.size() && lowerAscii(static_cast<unsigned char>(style[i])) == kProperty[k]) ++i, ++k;
-        if (k < kProperty.size()) continue;
-        // A whole property name: not the tail of "mso-display" and the like.
-        if (at > 0) {
-            const unsigned char before = static_cast<unsigned char>(style[at - 1]);
-            if (before != ';' && before != '{' && before != '"' && before != '\'' && !isAsciiSpace(before)) continue;
-        }
-        while (i < style.size() && isAsciiSpace(static_cast<unsigned char>(style[i]))) ++i;
-        if (i >= style.size() || style[i] != ':') continue;
-        ++i;
-        while (i < style.size() && isAsciiSpace(static_cast<unsigned char>(style[i]))) ++i;
-        constexpr std::string_view kNone = "none";
-        std::size_t n = 0;
-        while (n < kNone.size() && i + n < style.size() && lowerAscii(static_cast<unsigned char>(style[i + n])) == kNone[n]) ++n;
-        if (n < kNone.size()) continue;
-        i += n;
-        if (i == style.size() || !(isAsciiAlnum(static_cast<unsigned char>(style[i])) || style[i] == '-')) return true;
-    }
-    return false;
-}
-
-// The attributes that change the text; views into the input.
-struct Attributes {
-    std::optional<std::string_view> style, alt, start, value;
-    bool hidden = false;
-    bool open = false;
-};
-
-std::optional<std::int64_t> parseInteger(std::optional<std::string_view> text) {
-    if (!text) return std::nullopt;
-    std::string_view s = *text;
-    std::size_t i = 0;
-    while (i < s.size() && isAsciiSpace(static_cast<unsigned char>(s[i]))) ++i;
-    bool negative = false;
-    if (i < s.size() && (s[i] == '-' || s[i] == '+')) negative = s[i++] == '-';
-    if (i >= s.size() || !isAsciiDigit(static_cast<unsigned char>(s[i]))) return std::nullopt;
-    std::int64_t value = 0;
-    for (; i < s.size() && isAsciiDigit(static_cast<unsigned char>(s[i])); ++i)
-        value = std::min<std::int64_t>(value * 10 + (s[i] - '0'), 0x7FFFFFFF);
-    return negative ? -value : value;
-}
-
-// ---------------------------------------------------------------------------
-// Output: one buffer; line breaks, separators and spaces are held back until
-// the next visible character so that none is left dangling at a line's end.
-
-class Writer {
-public:
-    explicit Writer(std::size_t reserve) { out_.reserve(reserve); }
-
-    // Visible characters (never white space to collapse).
-    void content(std::string_view text) {
-        flush();
-        out_.append(text);
-        trailingNewlines_ = 0;
-    }
-    void content(char32_t c) {
-        flush();
-        appendUtf8(out_, c);
-        trailingNewlines_ = 0;
-    }
-
-    // Text kept as it stands (pre); line feeds count as line ends.
-    void verbatim(std::string_view text) {
-        if (text.empty()) return;
-        flush();
-        out_.append(text);
-        std::size_t newlines = 0;
-        while (newlines < text.size() && text[text.size() - 1 - newlines] == '\n') ++newlines;
-        trailingNewlines_ = newlines == text.size() ? trailingNewlines_ + static_cast<int>(newlines) : static_cast<int>(newlines);
-        atBreak_ = trailingNewlines_ > 0;
-    }
-
-    // Collapsible white space between words.
-    void space() {
-        if (!atBreak_) pendingSpace_ = true;
-    }
-
-    // The current line must end and `count` - 1 blank lines follow before more text.
-    void requestLineBreaks(int count) {
-        if (!fresh_) wantNewlines_ = std::max(wantNewlines_, count);
-    }
-
-    // <br>: a line break that always shows.
-    void lineBreak() {
-        flushSeparators();
-        out_.push_back('\n');
-        ++trailingNewlines_;
-        atBreak_ = true;
-    }
-
-    // A cell after the first in a row.
-    void cellSeparator() {
-        wantNewlines_ = 0;
-        pendingSpace_ = false;
-        ++pendingTabs_;
-        fresh_ = true;
-        atBreak_ = true;
-    }
-
-    // A row begins: one line break, then nothing more until text.
-    void beginLine() {
-        pendingTabs_ = 0;
-        fresh_ = false;
-        requestLineBreaks(1);
-        fresh_ = true;
-    }
-
-    void endRow() {
-        pendingTabs_ = 0;
-        fresh_ = false;
-        wantNewlines_ = 1;
-    }
-
-    // The end of a list item: its line ends even if it stayed empty.
-    void endItem() {
-        fresh_ = false;
-        requestLineBreaks(1);
-    }
-
-    // A list marker: shows like text but lets the item's content follow on its line.
-    void marker(std::string_view text) {
-        content(text);
-        fresh_ = true;
-        atBreak_ = true;
-    }
-
-    std::string& text() { return out_; }
-
-private:
-    void flushSeparators() {
-        if (pendingTabs_ > 0) {
-            out_.append(static_cast<std::size_t>(pendingTabs_), '\t');
-            trailingNewlines_ = 0;
-        } else if (wantNewlines_ > trailingNewlines_ && !out_.empty()) {
-            out_.append(static_cast<std::size_t>(wantNewlines_ - trailingNewlines_), '\n');
-            trailingNewlines_ = wantNewlines_;
-        }
-        pendingTabs_ = 0;
-        wantNewlines_ = 0;
-        pendingSpace_ = false;
-        fresh_ = false;
-    }
-
-    void flush() {
-        const bool space = pendingSpace_ && pendingTabs_ == 0 && wantNewlines_ <= trailingNewlines_;
-        flushSeparators();
-        if (space) out_.push_back(' ');
-        atBreak_ = false;
-    }
-
-    std::string out_;
-    int trailingNewlines_ = 0;
-    int wantNewlines_ = 0;
-    int pendingTabs_ = 0;
-    bool pendingSpace_ = false;
-    bool atBreak_ = true;   // at a line start or after a separator: white space is dropped
-    bool fresh_ = false;    // a row, cell or item just began: block edges add no line breaks
-};
-
-// ---------------------------------------------------------------------------
-// The renderer: a tokenizer that lays out text as it goes, with a stack of
-// open elements for what is inherited (hidden, pre, list numbering, rows).
+// The one-pass reader: a tokenizer that lays out text as it goes, with a
+// stack of open elements for what is inherited (hidden, pre, list numbering,
+// rows). It notes where the markup needs the HTML5 tree builder instead:
+// content inside a table but outside its cells, which the tree builder moves
+// in front of the table, and nesting deeper than it tracks.
 
 struct OpenElement {
     std::uint64_t nameHash;
@@ -441,6 +163,11 @@ public:
         : in_(input), options_(options), writer_(input.size() / 2 + 16) {
         stack_.reserve(64);
     }
+
+    // The markup needs the tree builder (content outside table cells).
+    bool needsTree() const { return needsTree_; }
+    // The markup nested deeper than kHtmlMaxOpenElements.
+    bool tooDeep() const { return tooDeep_; }
 
     std::string& run() {
         while (pos_ < in_.size()) {
@@ -479,11 +206,21 @@ private:
     bool currentHidden() const { return !stack_.empty() && stack_.back().hidden; }
     bool currentPre() const { return !stack_.empty() && stack_.back().pre; }
 
+    // The current element is a table, row group or row, where text and most
+    // elements do not stay.
+    bool inTableBody() const {
+        if (stack_.empty()) return false;
+        const Kind kind = stack_.back().kind;
+        return kind == Kind::Table || kind == Kind::RowGroup || kind == Kind::Row;
+    }
+
+
     void text(std::string_view run, bool pre) {
         if (skipNewline_) {
             skipNewline_ = false;
             if (!run.empty() && run.front() == '\n') run.remove_prefix(1);
         }
+        if (inTableBody() && run.find_first_not_of(" \t\n\f\r") != std::string_view::npos) needsTree_ = true;
         if (currentHidden() || run.empty()) return;
         if (pre) writer_.verbatim(run);
         else writer_.content(run);
@@ -498,6 +235,7 @@ private:
             return;
         }
         pos_ += ref.length;
+        if (inTableBody()) needsTree_ = true;
         if (currentHidden()) return;
         for (char32_t c : ref.points) {
             if (c == 0) break;
@@ -546,6 +284,7 @@ private:
     void textChar(char c) {
         ++pos_;
         skipNewline_ = false;
+        if (inTableBody()) needsTree_ = true;
         if (!currentHidden()) writer_.content(std::string_view(&c, 1));
     }
 
@@ -593,7 +332,7 @@ private:
             pos_ = n;
             return;
         }
-        const TagInfo& info = nameLength <= sizeof name ? findTag(std::string_view(name, nameLength)) : kUnknownTag;
+        const TagInfo& info = nameLength <= sizeof name ? findTag(std::string_view(name, nameLength)) : findTag("");
         skipNewline_ = false;
         if (end) endTag(info, hash);
         else startTag(info, hash, attributes);
@@ -732,7 +471,10 @@ private:
     }
 
     void push(const TagInfo& info, std::uint64_t hash, bool hidden, bool pre, std::int64_t counter) {
-        if (stack_.size() >= kHtmlMaxOpenElements) return;
+        if (stack_.size() >= kHtmlMaxOpenElements) {
+            tooDeep_ = true;
+            return;
+        }
         const bool parentHidden = currentHidden();
         const bool parentPre = currentPre();
         stack_.push_back({hash, info.kind, info.flags, parentHidden || hidden, parentPre || pre, counter});
@@ -740,6 +482,7 @@ private:
     }
 
     void startTag(const TagInfo& info, std::uint64_t hash, const Attributes& attributes) {
+        if (inTableBody() && !staysInTable(info)) needsTree_ = true;
         const bool hidden = currentHidden();
         switch (info.kind) {
         case Kind::Br:
@@ -750,8 +493,7 @@ private:
             if (!hidden) writer_.requestLineBreaks(1);
             return;
         case Kind::Img:
-            if (options_.imageAltText && !hidden && attributes.alt && !attributes.hidden &&
-                !(attributes.style && styleHidesElement(*attributes.style)))
+            if (options_.imageAltText && !hidden && attributes.alt && !hidesItself(info, attributes))
                 altText(*attributes.alt);
             return;
         case Kind::Void:
@@ -800,11 +542,8 @@ private:
             break;
         }
 
-        const bool ownHidden = attributes.hidden || (attributes.style && styleHidesElement(*attributes.style)) ||
-                               info.kind == Kind::Hidden || info.kind == Kind::RawHidden || info.kind == Kind::Title ||
-                               (info.kind == Kind::Dialog && !attributes.open);
-        const bool pre = info.kind == Kind::Pre || info.kind == Kind::Textarea || info.kind == Kind::Xmp ||
-                         info.kind == Kind::Plaintext;
+        const bool ownHidden = hidesItself(info, attributes);
+        const bool pre = keepsWhiteSpace(info.kind);
 
         if (info.kind == Kind::Row) {
             beginRow(info, hash, ownHidden);
@@ -841,6 +580,24 @@ private:
         }
     }
 
+    // Table parts, and the elements that are not shown anyway.
+    static bool staysInTable(const TagInfo& info) {
+        switch (info.kind) {
+        case Kind::Table:
+        case Kind::RowGroup:
+        case Kind::Row:
+        case Kind::Cell:
+        case Kind::Caption:
+        case Kind::RawHidden:
+        case Kind::Hidden:
+        case Kind::Void:
+        case Kind::Ignored:
+            return true;
+        default:
+            return info.name == "colgroup" || info.name == "form";
+        }
+    }
+
     void beginRow(const TagInfo& info, std::uint64_t hash, bool ownHidden) {
         push(info, hash, ownHidden, false, 0);
         if (!currentHidden()) writer_.beginLine();
@@ -855,15 +612,8 @@ private:
     void listMarker(const Attributes& attributes) {
         const std::ptrdiff_t list = findInScope(
             [](const OpenElement& e) { return e.kind == Kind::List || e.kind == Kind::OrderedList; }, 0);
-        if (list >= 0 && stack_[static_cast<std::size_t>(list)].kind == Kind::OrderedList) {
-            OpenElement& ordered = stack_[static_cast<std::size_t>(list)];
-            if (const auto value = parseInteger(attributes.value)) ordered.counter = *value;
-            const std::string marker = std::to_string(ordered.counter) + ". ";
-            ordered.counter = std::min<std::int64_t>(ordered.counter + 1, 0x7FFFFFFF);
-            writer_.marker(marker);
-        } else {
-            writer_.marker("\u2022 ");
-        }
+        const bool ordered = list >= 0 && stack_[static_cast<std::size_t>(list)].kind == Kind::OrderedList;
+        writeListMarker(writer_, ordered ? &stack_[static_cast<std::size_t>(list)].counter : nullptr, attributes);
     }
 
     void altText(std::string_view alt) {
@@ -1003,6 +753,8 @@ private:
     std::size_t pos_ = 0;
     int paragraphs_ = 0;
     bool skipNewline_ = false;  // the line feed right after <pre> or <textarea> is not content
+    bool needsTree_ = false;
+    bool tooDeep_ = false;
     std::string scratch_;
 };
 
@@ -1011,8 +763,11 @@ private:
 std::optional<icu::UnicodeString> htmlToPlainText(std::string_view utf8, const HtmlTextOptions& options) {
     // The text must fit a UTF-16 string: 2^31 - 1 units.
     if (utf8.size() > static_cast<std::size_t>(INT32_MAX) || !isValidUtf8(utf8)) return std::nullopt;
+    const bool treeAffordable = utf8.size() <= kHtmlMaxTreeBytes;
     Renderer renderer(utf8, options);
-    const std::string& text = renderer.run();
+    std::string text = std::move(renderer.run());
+    if ((renderer.needsTree() || options.buildTree) && treeAffordable && !renderer.tooDeep())
+        text = html::layOutTree(utf8, options);
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
 }
 

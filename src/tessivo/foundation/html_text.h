@@ -18,10 +18,16 @@
 //   `hidden` attribute or an inline style "display: none";
 // - image alt text only when asked for.
 //
-// The input is read in one pass without building a tree. Misnested markup is
-// repaired the way HTML parsers do where it changes the text (implied end of
-// p, li, dd/dt, table cells and rows); open elements nest at most
-// kHtmlMaxOpenElements deep, deeper ones are laid out but not tracked.
+// Well-formed markup, as mail programs write it, is read in one pass without
+// building a tree; misnested markup is repaired on the way, as HTML
+// parsers do where it changes the text (implied end of p, li, dd/dt, table
+// cells and rows). Markup whose text the HTML5 tree builder moves, that is
+// text or elements inside a table but outside its cells, is laid out from
+// gumbo's HTML5 tree instead, as long as the document is at most
+// kHtmlMaxTreeBytes long (the tree costs about 13 times the document's size)
+// and nests at most kHtmlMaxOpenElements deep (gumbo's time grows with the
+// square of the depth). Past those bounds the one-pass reading stands: open
+// elements deeper than kHtmlMaxOpenElements are laid out but not tracked.
 #pragma once
 
 #include <cstddef>
@@ -33,9 +39,11 @@
 namespace tessivo {
 
 inline constexpr std::size_t kHtmlMaxOpenElements = 512;
+inline constexpr std::size_t kHtmlMaxTreeBytes = 4 << 20;
 
 struct HtmlTextOptions {
     bool imageAltText = false;  // write the alt text of <img> where the image stands
+    bool buildTree = false;     // lay out gumbo's tree even where one pass would do (within the bounds)
 };
 
 // The text of an HTML document given as UTF-8 bytes. Nothing when the bytes
