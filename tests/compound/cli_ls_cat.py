@@ -5,21 +5,12 @@ line on stderr for a refused file.
 Usage: cli_ls_cat.py TESSIVO SAMPLE_MSG
 """
 import os
-import subprocess
 import sys
 import tempfile
 
-failures = []
-
-
-def run(*args):
-    r = subprocess.run([TESSIVO, *args], capture_output=True, check=False)
-    return r.returncode, r.stdout, r.stderr.decode("utf-8", "replace").splitlines()
-
-
-def check(what, condition, detail=""):
-    if not condition:
-        failures.append(f"{what} {detail}")
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from cli_check import check, finish, run  # noqa: E402
+import cli_check  # noqa: E402
 
 
 def refused(path, reason):
@@ -75,14 +66,11 @@ def main():
     code, out, err = run("cat", SAMPLE)
     check("cat without PATH: usage error", code == 2, code)
 
-    for f in failures:
-        print("FAIL", f)
-    return 1 if failures else 0
-
 
 if __name__ == "__main__":
     if len(sys.argv) != 3:
         print(__doc__, file=sys.stderr)
         sys.exit(2)
-    TESSIVO, SAMPLE = sys.argv[1], sys.argv[2]
-    sys.exit(main())
+    cli_check.tessivo, SAMPLE = sys.argv[1], sys.argv[2]
+    main()
+    finish()

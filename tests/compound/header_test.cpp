@@ -40,51 +40,34 @@ TEST(HeaderTest, LoadsFieldsFromWrittenDocument) {
     EXPECT_TRUE(h.isValid());
 }
 
-TEST(HeaderTest, DefaultsAfterInitialize) {
-    Header h;
-    EXPECT_EQ(h.masterShift, 9u);
-    EXPECT_EQ(h.smallShift, 6u);
-    EXPECT_EQ(h.threshold, 4096u);
-    EXPECT_EQ(h.allocationTableCount, 0u);
-    EXPECT_EQ(h.getBBsectors(0), 0xFFFFFFFFu);
-    // No table sectors: not valid.
-    EXPECT_FALSE(h.isValid());
-}
-
-TEST(HeaderTest, ThresholdMustBe4096) {
-    for (std::uint64_t t : {4095u, 8192u, 0u}) {
-        Header h = validHeader();
-        h.threshold = t;
-        EXPECT_FALSE(h.isValid()) << t;
-    }
-}
-
-TEST(HeaderTest, TableCountAgainstMasterCount) {
+// Each case sets two fields of a valid header: the threshold must be 4096, the
+// table count must fit the header's slots plus the master sectors, and the
+// sector shifts must lie within bounds.
+TEST(HeaderTest, ValidityRules) {
+    using Field = std::uint64_t Header::*;
+    const Field tables = &Header::allocationTableCount, masters = &Header::masterSectorAllocationTableCount,
+                big = &Header::masterShift, small = &Header::smallShift, threshold = &Header::threshold;
     struct Case {
-        std::uint64_t count, masters;
+        Field first;
+        std::uint64_t firstValue;
+        Field second;
+        std::uint64_t secondValue;
         bool valid;
     };
-    for (auto c : {Case{0, 0, false}, Case{1, 0, true}, Case{108, 0, true}, Case{108, 1, false}, Case{109, 0, true},
-                   Case{109, 3, true}, Case{110, 0, false}, Case{110, 1, true}, Case{236, 1, true},
-                   Case{237, 1, false}, Case{237, 2, true}, Case{0xFFFFFFFF, 0xFFFFFFFF, true}}) {
+    for (auto c : {Case{threshold, 4095, small, 6, false}, Case{threshold, 8192, small, 6, false},
+                   Case{threshold, 0, small, 6, false}, Case{tables, 0, masters, 0, false},
+                   Case{tables, 1, masters, 0, true}, Case{tables, 108, masters, 0, true},
+                   Case{tables, 108, masters, 1, false}, Case{tables, 109, masters, 0, true},
+                   Case{tables, 109, masters, 3, true}, Case{tables, 110, masters, 0, false},
+                   Case{tables, 110, masters, 1, true}, Case{tables, 236, masters, 1, true},
+                   Case{tables, 237, masters, 1, false}, Case{tables, 237, masters, 2, true},
+                   Case{tables, 0xFFFFFFFF, masters, 0xFFFFFFFF, true}, Case{big, 6, small, 6, false},
+                   Case{big, 7, small, 6, true}, Case{big, 30, small, 6, true}, Case{big, 31, small, 6, false},
+                   Case{big, 9, small, 10, false}, Case{big, 9, small, 9, true}, Case{big, 9, small, 0, true}}) {
         Header h = validHeader();
-        h.allocationTableCount = c.count;
-        h.masterSectorAllocationTableCount = c.masters;
-        EXPECT_EQ(h.isValid(), c.valid) << c.count << " tables, " << c.masters << " masters";
-    }
-}
-
-TEST(HeaderTest, SectorShiftBounds) {
-    struct Case {
-        std::uint64_t master, small;
-        bool valid;
-    };
-    for (auto c : {Case{6, 6, false}, Case{7, 6, true}, Case{30, 6, true}, Case{31, 6, false}, Case{9, 10, false},
-                   Case{9, 9, true}, Case{9, 0, true}}) {
-        Header h = validHeader();
-        h.masterShift = c.master;
-        h.smallShift = c.small;
-        EXPECT_EQ(h.isValid(), c.valid) << c.master << "/" << c.small;
+        h.*c.first = c.firstValue;
+        h.*c.second = c.secondValue;
+        EXPECT_EQ(h.isValid(), c.valid) << c.firstValue << ", " << c.secondValue;
     }
 }
 

@@ -11,12 +11,7 @@ namespace {
 
 using testing::CfbImage;
 using testing::CfbWriter;
-
-Bytes pattern(std::size_t n, std::uint8_t seed = 1) {
-    Bytes b(n);
-    for (std::size_t i = 0; i < n; ++i) b[i] = static_cast<std::uint8_t>(seed + i * 7 + (i >> 9));
-    return b;
-}
+using testing::pattern;
 
 // A Mole over its own copy of the bytes, so that the image may be a temporary.
 Mole open(const CfbImage& image) {
@@ -35,23 +30,21 @@ std::vector<std::string> keysOf(const Dictionary& d) {
 TEST(MoleTest, OpenReportsResultCodes) {
     CfbWriter w;
     w.addStream("a", Bytes(1, 1));
-    const CfbImage image = w.build();
-    int code = -1;
-    EXPECT_TRUE(Mole::initWithOwnedData(image.bytes, &code));
-    EXPECT_EQ(code, 0);
-    EXPECT_FALSE(Mole::initWithData(ByteView(image.bytes).first(511), &code));
-    EXPECT_EQ(code, 1);
-    Bytes wrong = image.bytes;
+    const Bytes good = w.build().bytes;
+    Bytes wrong = good, invalid = good;
     wrong[7] = 0;
-    EXPECT_FALSE(Mole::initWithData(wrong, &code));
-    EXPECT_EQ(code, 2);
-    Bytes invalid = image.bytes;
     invalid[57] = 0x08;  // threshold 2048
-    EXPECT_FALSE(Mole::initWithData(invalid, &code));
-    EXPECT_EQ(code, 3);
+    const auto opened = [](ByteView bytes) {
+        int code = -1;
+        const bool made = Mole::initWithData(bytes, &code).has_value();
+        return std::pair{made, code};
+    };
     LogCapture log;
-    EXPECT_FALSE(Mole::initWithData({}, &code));
-    EXPECT_EQ(code, 4);
+    EXPECT_EQ(opened(good), std::pair(true, 0));
+    EXPECT_EQ(opened(ByteView(good).first(511)), std::pair(false, 1));
+    EXPECT_EQ(opened(wrong), std::pair(false, 2));
+    EXPECT_EQ(opened(invalid), std::pair(false, 3));
+    EXPECT_EQ(opened({}), std::pair(false, 4));
     EXPECT_TRUE(log.contains("Error: Cannot initialize CompoundDocument with nil or empty data"));
 }
 

@@ -16,15 +16,9 @@ SectorAllocTable tableOf(const std::vector<std::uint32_t>& entries) {
     return t;
 }
 
-TEST(SectorAllocTableTest, InitializeMakes128FreeEntries) {
-    SectorAllocTable t;
-    EXPECT_EQ(t.allocationCount(), 128u);
-    EXPECT_EQ(t.entry(127), 0xFFFFFFFFu);
-    EXPECT_EQ(t.sectorSize(), 4096);
-}
-
 TEST(SectorAllocTableTest, ResizeAndSetValue) {
     SectorAllocTable t;
+    EXPECT_EQ(t.allocationCount(), 128u);
     t.allocationResize(3);
     EXPECT_EQ(t.allocationCount(), 3u);
     t.allocationSetValue(7, 10);
@@ -69,13 +63,9 @@ TEST(SectorAllocTableTest, CycleIsCutAndLoggedOnce) {
     log.clear();
     EXPECT_EQ(t.allocationFollow(2), (std::vector<std::uint32_t>{2, 3, 1}));
     EXPECT_EQ(log.lines(), std::vector<std::string>{"OLE: Circular reference detected at sector 2"});
-}
-
-TEST(SectorAllocTableTest, SelfLoop) {
-    auto t = tableOf({0});
-    LogCapture log;
-    EXPECT_EQ(t.allocationFollow(0), std::vector<std::uint32_t>{0});
-    EXPECT_TRUE(log.contains("OLE: Circular reference detected at sector 0"));
+    log.clear();
+    EXPECT_EQ(tableOf({0}).allocationFollow(0), std::vector<std::uint32_t>{0});
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"OLE: Circular reference detected at sector 0"});
 }
 
 TEST(SectorAllocTableTest, ChainIsCutAtMaximumLength) {

@@ -15,12 +15,7 @@ namespace {
 
 using testing::CfbImage;
 using testing::CfbWriter;
-
-Bytes pattern(std::size_t n, std::uint8_t seed) {
-    Bytes b(n);
-    for (std::size_t i = 0; i < n; ++i) b[i] = static_cast<std::uint8_t>(seed * 31 + i);
-    return b;
-}
+using testing::pattern;
 
 CfbImage mixedDocument(unsigned sectorShift) {
     CfbWriter::Options o;
@@ -72,38 +67,23 @@ TEST(StreamDifferentialTest, WrittenDocuments) {
 
 TEST(StreamDifferentialTest, DamagedChains) {
     const CfbImage base = mixedDocument(9);
-    {
+    const std::pair<const char*, std::function<void(CfbImage&)>> damages[] = {
+        {"big chain cycle", [](CfbImage& d) { d.setFatEntry(d.streamSectors("s9000")[5], d.streamSectors("s9000")[1]); }},
+        {"big sector number past the end of the data",
+         [](CfbImage& d) { d.setFatEntry(d.streamSectors("s4097")[3], 0xFFFFFF00u / 4); }},
+        {"small chain cycle", [](CfbImage& d) { d.setMiniFatEntry(d.streamSectors("s700")[2], d.streamSectors("s700")[0]); }},
+        {"small area cut short", [](CfbImage& d) { d.setFatEntry(d.miniStreamSectors[1], testing::kEndOfChain); }},
+        {"small area not found", [](CfbImage& d) { d.setEntryField("", 116, 0x7FFFFFF0); }},
+        {"declared sizes swapped across the threshold",
+         [](CfbImage& d) {
+             d.setEntryField("s9000", 120, 100);
+             d.setEntryField("s65", 120, 5000);
+         }},
+    };
+    for (const auto& [what, damage] : damages) {
         CfbImage d = base;
-        const auto& chain = d.streamSectors("s9000");
-        d.setFatEntry(chain[5], chain[1]);
-        expectSameAsReference(d.bytes, "big chain cycle");
-    }
-    {
-        CfbImage d = base;
-        d.setFatEntry(d.streamSectors("s4097")[3], 0xFFFFFF00u / 4);
-        expectSameAsReference(d.bytes, "big sector number past the end of the data");
-    }
-    {
-        CfbImage d = base;
-        const auto& chain = d.streamSectors("s700");
-        d.setMiniFatEntry(chain[2], chain[0]);
-        expectSameAsReference(d.bytes, "small chain cycle");
-    }
-    {
-        CfbImage d = base;
-        d.setFatEntry(d.miniStreamSectors[1], testing::kEndOfChain);
-        expectSameAsReference(d.bytes, "small area cut short");
-    }
-    {
-        CfbImage d = base;
-        d.setEntryField("", 116, 0x7FFFFFF0);
-        expectSameAsReference(d.bytes, "small area not found");
-    }
-    {
-        CfbImage d = base;
-        d.setEntryField("s9000", 120, 100);
-        d.setEntryField("s65", 120, 5000);
-        expectSameAsReference(d.bytes, "declared sizes swapped across the threshold");
+        damage(d);
+        expectSameAsReference(d.bytes, what);
     }
     for (std::uint16_t smallShift : {0, 2, 3, 4, 5, 7, 9}) {
         CfbImage d = base;

@@ -56,6 +56,12 @@ Bytes utf16le(std::string_view text) {
     return out;
 }
 
+Bytes pattern(std::size_t n, std::uint8_t seed) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i) b[i] = static_cast<std::uint8_t>(seed + i * 7 + (i >> 9));
+    return b;
+}
+
 std::size_t CfbImage::entryOffset(std::uint32_t index, std::size_t field) const {
     const std::size_t perSector = sectorSize / kEntryBytes;
     return sectorOffset(directorySectors.at(index / perSector)) + (index % perSector) * kEntryBytes + field;

@@ -115,4 +115,7 @@ private:
 // UTF-16LE bytes of ASCII or UTF-8 text.
 Bytes utf16le(std::string_view text);
 
+// n bytes of a pattern that differs between sectors and between seeds.
+Bytes pattern(std::size_t n, std::uint8_t seed = 1);
+
 }  // namespace tessivo::testing
