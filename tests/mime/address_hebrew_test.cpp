@@ -10,13 +10,10 @@ using namespace WindowsCodePageWangersNSStringAdditions;
 const std::optional<icu::UnicodeString> kNil;
 const icu::UnicodeString kShalom(u"\u05E9\u05DC\u05D5\u05DD");  // F9 EC E5 ED in Windows-1255
 
-TEST(HebrewEscapesTest, ResolvesListedCodesInAnyCase) {
+TEST(HebrewEscapesTest, ResolvesListedCodesInAnyCaseAndLeavesTheRest) {
     EXPECT_EQ(decodeCP1255FromMimeEncodedString(u"=F9=EC=E5=ED"), kShalom);
     EXPECT_EQ(decodeCP1255FromMimeEncodedString(u"=f9=ec=e5=ed!"), kShalom + u"!");
     EXPECT_EQ(decodeCP1255FromMimeEncodedString(u"=D0=D4=D8"), u"\u05C0\u05F0\u05F4");
-}
-
-TEST(HebrewEscapesTest, LeavesOtherCodesAndWordsAlone) {
     EXPECT_EQ(decodeCP1255FromMimeEncodedString(u"=C0=D9=DF=FB=41"), u"=C0=D9=DF=FB=41");
     EXPECT_EQ(decodeCP1255FromMimeEncodedString(u"=?windows-1255?Q?=E0?="), u"=?windows-1255?Q?\u05D0?=");
 }
