@@ -2,7 +2,6 @@
 // KFileMetaData's own ExtractorCollection from the build tree, and chosen for
 // *.msg files by the MIME package installed beside it.
 #include <filesystem>
-#include <fstream>
 
 #include <KFileMetaData/Extractor>
 #include <KFileMetaData/ExtractorCollection>
@@ -13,6 +12,7 @@
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
+#include "support/corpus.h"
 
 namespace tessivo::testing {
 namespace {
@@ -81,8 +81,7 @@ TEST_F(KdeHostTest, MetadataOnlyRequestAndDamagedFileGiveNoText) {
     Bytes damaged = makeMessage(BodyKind::Html, "heron");
     damaged.resize(damaged.size() / 3);
     const fs::path broken = *root_ / "broken.msg";
-    std::ofstream(broken, std::ios::binary)
-        .write(reinterpret_cast<const char*>(damaged.data()), static_cast<std::streamsize>(damaged.size()));
+    ASSERT_TRUE(writeFile(broken, damaged));
     EXPECT_FALSE(extractText(broken, KFileMetaData::ExtractionResult::ExtractPlainText).contains("heron"));
 }
 

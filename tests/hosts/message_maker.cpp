@@ -1,8 +1,7 @@
 #include "hosts/message_maker.h"
 
-#include <fstream>
-
 #include "support/cfb_writer.h"
+#include "support/corpus.h"
 #include "support/lzfu_encoder.h"
 
 namespace tessivo::testing {
@@ -46,12 +45,14 @@ Bytes makeMessage(BodyKind kind, std::string_view words) {
     return writer.build().bytes;
 }
 
+Bytes makeMessageWithoutBody() {
+    CfbWriter writer;
+    writer.addStream("__substg1.0_0037001F", utf16le("Subject only"));
+    return writer.build().bytes;
+}
+
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words) {
-    const Bytes bytes = makeMessage(kind, words);
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    return !out.fail();
+    return writeFile(path, makeMessage(kind, words));
 }
 
 }  // namespace tessivo::testing

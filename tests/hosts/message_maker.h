@@ -25,6 +25,9 @@ std::string_view bodyKindName(BodyKind kind);
 
 Bytes makeMessage(BodyKind kind, std::string_view words);
 
+// A message with a subject and no body at all.
+Bytes makeMessageWithoutBody();
+
 // Writes makeMessage(kind, words) to path; false when it cannot be written.
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words);
 

@@ -97,23 +97,18 @@ TEST(RecollConfigTest, MergingTwiceChangesNothing) {
 // The command itself, on a configuration folder that already has settings.
 class RecollSetupCommandTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = testing::freshScratchDir("recoll-setup-test");
-    }
+    void SetUp() override { dir_ = testing::freshScratchDir("recoll-setup-test"); }
     void TearDown() override { std::filesystem::remove_all(dir_); }
 
     static std::string read(const std::filesystem::path& path) {
-        std::ifstream in(path);
         std::stringstream s;
-        s << in.rdbuf();
+        s << std::ifstream(path).rdbuf();
         return s.str();
     }
-    static void write(const std::filesystem::path& path, const std::string& text) { std::ofstream(path) << text; }
 
-    testing::CommandResult setup() {
+    testing::CommandResult setup(const std::string& from = TESSIVO_RECOLL_FILES) {
         return testing::runCommand(std::string(TESSIVO_COMMAND) + " recoll-setup --config " +
-                                   testing::shellQuote(dir_.string()) + " --from " +
-                                   testing::shellQuote(TESSIVO_RECOLL_FILES));
+                                   testing::shellQuote(dir_.string()) + " --from " + testing::shellQuote(from) + " 2>&1");
     }
 
     std::filesystem::path dir_;
@@ -121,7 +116,7 @@ protected:
 
 TEST_F(RecollSetupCommandTest, MergesBacksUpAndIsIdempotent) {
     const std::string userConf = "[index]\ntext/x-foo = exec foo\n";
-    write(dir_ / "mimeconf", userConf);
+    std::ofstream(dir_ / "mimeconf") << userConf;
 
     auto first = setup();
     ASSERT_EQ(first.status, 0) << first.out;
@@ -142,10 +137,7 @@ TEST_F(RecollSetupCommandTest, MergesBacksUpAndIsIdempotent) {
 }
 
 TEST_F(RecollSetupCommandTest, MissingFilesFolderFails) {
-    auto result = testing::runCommand(std::string(TESSIVO_COMMAND) + " recoll-setup --config " +
-                                      testing::shellQuote(dir_.string()) + " --from " +
-                                      testing::shellQuote((dir_ / "nowhere").string()) + " 2>/dev/null");
-    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(setup((dir_ / "nowhere").string()).status, 1);
     EXPECT_FALSE(std::filesystem::exists(dir_ / "mimeconf"));
 }
 

@@ -9,7 +9,7 @@
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
-#include "support/cfb_writer.h"
+#include "support/corpus.h"
 
 namespace tessivo::testing {
 namespace {
@@ -49,13 +49,7 @@ TEST_F(RecollHostTest, FindsEachMessageThroughItsOnlyBody) {
     for (const auto& [kind, word] : messages)
         ASSERT_TRUE(writeMessage(docs() / (std::string(bodyKindName(kind)) + ".msg"), kind,
                                  std::string("Note about the ") + word + " delivery"));
-    {
-        CfbWriter bodiless;
-        bodiless.addStream("__substg1.0_0037001F", utf16le("subject only"));
-        const Bytes bytes = bodiless.build().bytes;
-        std::ofstream(docs() / "nobody.msg", std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    }
+    ASSERT_TRUE(writeFile(docs() / "nobody.msg", makeMessageWithoutBody()));
 
     const auto setup = runCommand(std::string(TESSIVO_COMMAND) + " recoll-setup --config " + conf() + " --from " +
                                   shellQuote(TESSIVO_RECOLL_FILES));

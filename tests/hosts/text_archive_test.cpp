@@ -1,5 +1,4 @@
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -7,7 +6,7 @@
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
-#include "support/cfb_writer.h"
+#include "support/corpus.h"
 
 namespace tessivo {
 namespace {
@@ -16,16 +15,9 @@ namespace fs = std::filesystem;
 
 class TextArchiveTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = testing::freshScratchDir("text-archive-test");
-    }
+    void SetUp() override { dir_ = testing::freshScratchDir("text-archive-test"); }
     void TearDown() override { fs::remove_all(dir_); }
 
-    void writeBytes(const fs::path& path, const Bytes& bytes) {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                    static_cast<std::streamsize>(bytes.size()));
-    }
     std::string p(const std::string& relative) const { return (dir_ / relative).string(); }
 
     // The JSON lines of `tessivo text --jsonl ARGS`, each parsed.
@@ -47,7 +39,7 @@ protected:
 
 TEST_F(TextArchiveTest, WalkIsSortedRecursiveAndCaseInsensitive) {
     for (const char* name : {"b/Z.MSG", "b/a.msg", "b/notes.txt", "b/sub/m.Msg", "a.msg", "b/msg", "c.msg.txt"})
-        writeBytes(dir_ / name, {1});
+        testing::writeFile(dir_ / name, Bytes{1});
     fs::create_directory_symlink(dir_ / "b", dir_ / "b/sub/loop");  // a cycle back to b
     fs::create_symlink(dir_ / "missing", dir_ / "b/broken.msg");     // reported, not skipped
     fs::create_directories(dir_ / "empty.msg");                      // a folder, walked not read
@@ -76,13 +68,11 @@ TEST_F(TextArchiveTest, LinesFollowWalkOrderWithEveryOutcome) {
         ASSERT_TRUE(testing::writeMessage(dir_ / "mail" / ("m" + std::to_string(100 + i) + ".msg"), kind,
                                           "word" + std::to_string(i)));
     }
-    testing::CfbWriter bodiless;
-    bodiless.addStream("__substg1.0_0037001F", testing::utf16le("only a subject"));
-    writeBytes(dir_ / "mail/nobody.msg", bodiless.build().bytes);
+    testing::writeFile(dir_ / "mail/nobody.msg", testing::makeMessageWithoutBody());
     Bytes truncated = testing::makeMessage(BodyKind::Html, "lost");
     truncated.resize(300);
-    writeBytes(dir_ / "mail/truncated.msg", truncated);
-    writeBytes(dir_ / "mail/text.msg", {'h', 'i'});
+    testing::writeFile(dir_ / "mail/truncated.msg", truncated);
+    testing::writeFile(dir_ / "mail/text.msg", Bytes{'h', 'i'});
 
     int status = 0;
     const auto lines = archive("--jobs 3 " + testing::shellQuote(dir_.string()), status);
@@ -108,9 +98,7 @@ TEST_F(TextArchiveTest, LinesFollowWalkOrderWithEveryOutcome) {
 
 TEST_F(TextArchiveTest, ExitStatusMatchesTextCommand) {
     ASSERT_TRUE(testing::writeMessage(dir_ / "good.msg", testing::BodyKind::UnicodeText, "fine"));
-    testing::CfbWriter bodiless;
-    bodiless.addStream("__substg1.0_0037001F", testing::utf16le("subject"));
-    writeBytes(dir_ / "empty/nobody.msg", bodiless.build().bytes);
+    testing::writeFile(dir_ / "empty/nobody.msg", testing::makeMessageWithoutBody());
 
     int status = -1;
     EXPECT_EQ(archive(testing::shellQuote(p("good.msg")), status).size(), 1u);

@@ -1,4 +1,5 @@
-// Access to the shared folder of real messages used by conformance tests.
+// Access to the shared folder of real messages used by conformance tests,
+// and whole-file reads and writes.
 #pragma once
 
 #include <filesystem>
@@ -16,5 +17,8 @@ std::optional<std::filesystem::path> corpusDir();
 std::vector<std::filesystem::path> corpusFiles(const std::string& extension);
 
 Bytes readFile(const std::filesystem::path& path);
+
+// Writes bytes to path, creating the folders above it; false when that fails.
+bool writeFile(const std::filesystem::path& path, ByteView bytes);
 
 }  // namespace tessivo::testing
