@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "support/cfb_writer.h"
+#include "support/corpus.h"
 #include "support/lzfu_encoder.h"
 #include "tessivo/importer/importer.h"
 #include "tessivo/importer/rich_body.h"
@@ -37,18 +37,19 @@ icu::UnicodeString beforePadding(const icu::UnicodeString& text) {
     return nul < 0 ? text : icu::UnicodeString(text, 0, nul);
 }
 
-std::string textOf(const CfbWriter& writer) {
-    const Result result = extractText(ByteView(writer.build().bytes));
-    EXPECT_EQ(result.outcome, Outcome::Text) << result.reason;
-    return toUtf8(beforePadding(result.text));
+using Streams = std::vector<std::pair<const char*, Bytes>>;
+
+Bytes messageOf(const Streams& streams) {
+    CfbWriter w;
+    for (const auto& [name, data] : streams) w.addStream(name, data);
+    return w.build().bytes;
 }
 
 class ImporterFile : public ::testing::Test {
 protected:
     std::string write(const Bytes& bytes, const std::string& name) {
         const std::string path = ::testing::TempDir() + name;
-        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                    static_cast<std::streamsize>(bytes.size()));
+        testing::writeFile(path, bytes);
         paths_.push_back(path);
         return path;
     }
@@ -60,93 +61,79 @@ private:
     std::vector<std::string> paths_;
 };
 
-TEST(BodySelection, CompressedRtfWinsOverOtherBodies) {
-    CfbWriter w;
-    w.addStream(kRtfBody, compressedRtf(kRtfWithText));
-    w.addStream(kHtmlBody, bytesOf("<p>from html</p>"));
-    w.addStream(kUnicodeBody, utf16le("from unicode"));
-    EXPECT_NE(textOf(w).find("Quarterly figures attached"), std::string::npos);
-}
-
-TEST(BodySelection, RtfWithoutTextFallsThroughToHtmlThenPlain) {
-    CfbWriter withHtml;
-    withHtml.addStream(kRtfBody, compressedRtf(kRtfWithoutText));
-    withHtml.addStream(kHtmlBody, bytesOf("<html><body><p>from html</p></body></html>"));
-    withHtml.addStream(kUnicodeBody, utf16le("from unicode"));
-    const std::string html = textOf(withHtml);
-    EXPECT_NE(html.find("from html"), std::string::npos) << html;
-    EXPECT_EQ(html.find('<'), std::string::npos) << html;
-
-    CfbWriter plainOnly;
-    plainOnly.addStream(kRtfBody, compressedRtf(kRtfWithoutText));
-    plainOnly.addStream(kUnicodeBody, utf16le("from unicode"));
-    plainOnly.addStream(kEightBitBody, bytesOf("from 8-bit"));
-    EXPECT_EQ(textOf(plainOnly), "from unicode");
-}
-
-TEST(BodySelection, SecondRtfStreamReadOnlyWhenFirstIsEmpty) {
-    CfbWriter emptyFirst;
-    emptyFirst.addStream(kRtfBody, {});
-    emptyFirst.addStream(kSecondRtfBody, compressedRtf(kRtfWithText));
-    emptyFirst.addStream(kUnicodeBody, utf16le("from unicode"));
-    EXPECT_NE(textOf(emptyFirst).find("Quarterly figures attached"), std::string::npos);
-
-    CfbWriter missingFirst;
-    missingFirst.addStream(kSecondRtfBody, compressedRtf(kRtfWithText));
-    EXPECT_NE(textOf(missingFirst).find("Quarterly figures attached"), std::string::npos);
-
-    // A first stream that holds an unusable body hides the second one.
-    CfbWriter unusableFirst;
-    unusableFirst.addStream(kRtfBody, compressedRtf(kRtfWithoutText));
-    unusableFirst.addStream(kSecondRtfBody, compressedRtf(kRtfWithText));
-    unusableFirst.addStream(kUnicodeBody, utf16le("from unicode"));
-    EXPECT_EQ(textOf(unusableFirst), "from unicode");
-}
-
-TEST(BodySelection, UnusableRichBodiesFallThrough) {
-    // Uncompressed RTF ("MELA") and an unknown header give no RTF text.
-    const Bytes mela = testing::lzfuStore(bytesOf(kRtfWithText));
-    Bytes unknown = compressedRtf(kRtfWithText);
-    unknown[8] = 'X';
-    for (const Bytes& rtf : {mela, unknown}) {
-        CfbWriter w;
-        w.addStream(kRtfBody, rtf);
-        w.addStream(kHtmlBody, bytesOf("<div>from html</div>"));
-        EXPECT_NE(textOf(w).find("from html"), std::string::npos);
+// Which body a message is indexed from: compressed RTF, the second RTF stream
+// when the first is empty or missing, HTML, Unicode text, then 8-bit text,
+// each tried only when the bodies before it give no text.
+TEST(BodySelection, FirstBodyWithTextWins) {
+    const std::string_view rtfText = "Quarterly figures attached";
+    Bytes unknownHeader = compressedRtf(kRtfWithText);
+    unknownHeader[8] = 'X';
+    // HTML that is not UTF-8 is not tried in another character set; markup only
+    // gives nothing. Both fill whole small sectors, so carry no NUL padding.
+    constexpr std::string_view latin1Html =
+        "<html><body><p>caf\xE9 cr\xE8me br\xFBl\xE9" "e au d\xE9jeuner.</p> </body></html>";
+    constexpr std::string_view markupOnly = "<html><head><title>No</title></head><body><br><hr></body></html>";
+    static_assert(latin1Html.size() % 64 == 0 && markupOnly.size() % 64 == 0);
+    struct Case {
+        const char* what;
+        Streams streams;
+        std::string_view text;
+        bool whole = true;  // false: text is a part of what a rich body gives
+    };
+    const Case cases[] = {
+        {"RTF wins",
+         {{kRtfBody, compressedRtf(kRtfWithText)},
+          {kHtmlBody, bytesOf("<p>from html</p>")},
+          {kUnicodeBody, utf16le("from unicode")}},
+         rtfText, false},
+        {"RTF without text, then HTML",
+         {{kRtfBody, compressedRtf(kRtfWithoutText)},
+          {kHtmlBody, bytesOf("<html><body><p>from html</p></body></html>")},
+          {kUnicodeBody, utf16le("from unicode")}},
+         "from html", false},
+        {"RTF without text, then Unicode",
+         {{kRtfBody, compressedRtf(kRtfWithoutText)},
+          {kUnicodeBody, utf16le("from unicode")},
+          {kEightBitBody, bytesOf("from 8-bit")}},
+         "from unicode"},
+        {"second RTF when the first is empty",
+         {{kRtfBody, {}}, {kSecondRtfBody, compressedRtf(kRtfWithText)}, {kUnicodeBody, utf16le("from unicode")}},
+         rtfText, false},
+        {"second RTF when the first is missing", {{kSecondRtfBody, compressedRtf(kRtfWithText)}}, rtfText, false},
+        {"an unusable first RTF hides the second",
+         {{kRtfBody, compressedRtf(kRtfWithoutText)},
+          {kSecondRtfBody, compressedRtf(kRtfWithText)},
+          {kUnicodeBody, utf16le("from unicode")}},
+         "from unicode"},
+        {"uncompressed RTF",
+         {{kRtfBody, testing::lzfuStore(bytesOf(kRtfWithText))}, {kHtmlBody, bytesOf("<div>from html</div>")}},
+         "from html", false},
+        {"unknown RTF header",
+         {{kRtfBody, unknownHeader}, {kHtmlBody, bytesOf("<div>from html</div>")}},
+         "from html", false},
+        {"HTML not UTF-8", {{kHtmlBody, bytesOf(latin1Html)}, {kEightBitBody, bytesOf("from 8-bit")}}, "from 8-bit"},
+        {"HTML without text", {{kHtmlBody, bytesOf(markupOnly)}, {kEightBitBody, bytesOf("from 8-bit")}}, "from 8-bit"},
+        {"empty Unicode body", {{kUnicodeBody, {}}, {kEightBitBody, bytesOf("from 8-bit")}}, "from 8-bit"},
+        {"8-bit UTF-8", {{kEightBitBody, bytesOf("caf\xC3\xA9")}}, "caf\xC3\xA9"},
+        {"8-bit Windows-1252",
+         {{kEightBitBody, bytesOf("caf\xE9 \x80 \x93quoted\x94")}},
+         "caf\xC3\xA9 \xE2\x82\xAC \xE2\x80\x9Cquoted\xE2\x80\x9D"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const Result result = extractText(ByteView(messageOf(c.streams)));
+        EXPECT_EQ(result.outcome, Outcome::Text) << result.reason;
+        const std::string text = toUtf8(beforePadding(result.text));
+        if (c.whole)
+            EXPECT_EQ(text, c.text);
+        else
+            EXPECT_NE(text.find(c.text), std::string::npos) << text;
+        EXPECT_EQ(text.find('<'), std::string::npos) << text;
     }
-
-    // HTML that is not UTF-8 is not tried in another character set; markup
-    // only gives nothing. Both fill whole small sectors, so carry no padding.
-    for (const Bytes& html : {bytesOf("<html><body><p>caf\xE9 cr\xE8me br\xFBl\xE9" "e au d\xE9jeuner.</p> </body></html>"),
-                              bytesOf("<html><head><title>No</title></head><body><br><hr></body></html>")}) {
-        ASSERT_EQ(html.size() % 64, 0u);
-        CfbWriter w;
-        w.addStream(kHtmlBody, html);
-        w.addStream(kEightBitBody, bytesOf("from 8-bit"));
-        EXPECT_EQ(textOf(w), "from 8-bit");
-    }
-}
-
-TEST(PlainBodies, EightBitBodyIsUtf8ElseWindows1252) {
-    CfbWriter utf8;
-    utf8.addStream(kEightBitBody, bytesOf("caf\xC3\xA9"));
-    EXPECT_EQ(textOf(utf8), "caf\xC3\xA9");
-
-    CfbWriter cp1252;
-    cp1252.addStream(kEightBitBody, bytesOf("caf\xE9 \x80 \x93quoted\x94"));
-    EXPECT_EQ(textOf(cp1252), "caf\xC3\xA9 \xE2\x82\xAC \xE2\x80\x9Cquoted\xE2\x80\x9D");
-
-    // An empty Unicode body does not stop the search.
-    CfbWriter emptyUnicode;
-    emptyUnicode.addStream(kUnicodeBody, {});
-    emptyUnicode.addStream(kEightBitBody, bytesOf("from 8-bit"));
-    EXPECT_EQ(textOf(emptyUnicode), "from 8-bit");
 }
 
 TEST(PlainBodies, TextIsPassedOnWithItsPadding) {
-    CfbWriter w;
-    w.addStream(kUnicodeBody, utf16le("  padded  "));
-    const Result result = extractText(ByteView(w.build().bytes));
+    const Result result = extractText(ByteView(messageOf({{kUnicodeBody, utf16le("  padded  ")}})));
     ASSERT_EQ(result.outcome, Outcome::Text);
     // 20 bytes in a 64-byte small sector: 32 code units, the last 22 NUL.
     EXPECT_EQ(result.text.length(), 32);
@@ -155,10 +142,8 @@ TEST(PlainBodies, TextIsPassedOnWithItsPadding) {
 }
 
 TEST(Outcomes, MessagesWithoutBodyAndFilesThatAreNotMessages) {
-    CfbWriter noBody;
-    noBody.addStream("__substg1.0_0037001F", utf16le("Subject only"));
-    noBody.addStream(kUnicodeBody, {});
-    EXPECT_EQ(extractText(ByteView(noBody.build().bytes)).outcome, Outcome::NoBody);
+    const Bytes noBody = messageOf({{"__substg1.0_0037001F", utf16le("Subject only")}, {kUnicodeBody, {}}});
+    EXPECT_EQ(extractText(ByteView(noBody)).outcome, Outcome::NoBody);
 
     const Bytes empty;
     EXPECT_EQ(extractText(ByteView(empty)).outcome, Outcome::NotMessage);
@@ -172,17 +157,13 @@ TEST(Outcomes, MessagesWithoutBodyAndFilesThatAreNotMessages) {
     EXPECT_NE(textResult.reason.find("signature"), std::string::npos) << textResult.reason;
 
     // A valid header over a body cut off by truncation gives no text.
-    CfbWriter w;
-    w.addStream(kUnicodeBody, utf16le(std::string(3000, 'a')));
-    Bytes truncated = w.build().bytes;
+    Bytes truncated = messageOf({{kUnicodeBody, utf16le(std::string(3000, 'a'))}});
     truncated.resize(600);
     EXPECT_NE(extractText(ByteView(truncated)).outcome, Outcome::Text);
 }
 
 TEST_F(ImporterFile, ImportFileStoresTextForAcceptedTypesOnly) {
-    CfbWriter w;
-    w.addStream(kEightBitBody, bytesOf("hello"));
-    const std::string path = write(w.build().bytes, "importer_hello.msg");
+    const std::string path = write(messageOf({{kEightBitBody, bytesOf("hello")}}), "importer_hello.msg");
 
     for (const auto* type : {u"com.orvanel.tessivo.msg", u"com.orvanel.tessivopro.msg"}) {
         Dictionary attributes;
@@ -199,12 +180,10 @@ TEST_F(ImporterFile, ImportFileStoresTextForAcceptedTypesOnly) {
 }
 
 TEST_F(ImporterFile, FilesThatGiveNoTextSetNothing) {
-    CfbWriter noBody;
-    noBody.addStream("__substg1.0_0037001F", utf16le("Subject only"));
     const std::vector<std::string> paths = {
         write({}, "importer_empty.msg"),
         write(Bytes(100, 0xD0), "importer_short.msg"),
-        write(noBody.build().bytes, "importer_nobody.msg"),
+        write(messageOf({{"__substg1.0_0037001F", utf16le("Subject only")}}), "importer_nobody.msg"),
         ::testing::TempDir() + "importer_does_not_exist.msg",
         ::testing::TempDir(),
     };

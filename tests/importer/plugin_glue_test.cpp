@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/cfb_writer.h"
+#include "support/corpus.h"
 #include "tessivo/importer/plugin_glue.h"
 
 namespace {
@@ -133,12 +134,6 @@ TEST_F(PluginGlueTest, FactoryUUIDTextParsesOnlyInCanonicalForm) {
     }
 }
 
-TEST_F(PluginGlueTest, LocalizationNotNeededReturnsItsArgument) {
-    CFStringRef text = makeString(u"text");
-    EXPECT_EQ(LocalizationNotNeeded(text), text);
-    CFRelease(text);
-}
-
 // A message file with a plain-text body, written to a temporary path.
 class GetMetadataForFileTest : public PluginGlueTest {
 protected:
@@ -146,13 +141,8 @@ protected:
         PluginGlueTest::SetUp();
         path_ = ::testing::TempDir() + "glue_plain.msg";
         tessivo::testing::CfbWriter writer;
-        const std::u16string body = u"Grüße aus Köln";
-        writer.addStream("__substg1.0_1000001F",
-                         tessivo::Bytes(reinterpret_cast<const std::uint8_t*>(body.data()),
-                                        reinterpret_cast<const std::uint8_t*>(body.data() + body.size())));
-        const tessivo::Bytes file = writer.build().bytes;
-        std::ofstream(path_, std::ios::binary).write(reinterpret_cast<const char*>(file.data()),
-                                                     static_cast<std::streamsize>(file.size()));
+        writer.addStream("__substg1.0_1000001F", tessivo::testing::utf16le("Grüße aus Köln"));
+        tessivo::testing::writeFile(path_, writer.build().bytes);
         importer_ = newImporter();
         attributes_ = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                                 &kCFTypeDictionaryValueCallBacks);

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
+#include "hosts/message_maker.h"
 #include "hosts/run_command.h"
-#include "support/cfb_writer.h"
+#include "support/corpus.h"
 
 namespace tessivo {
 namespace {
@@ -16,20 +16,13 @@ class TextCommandTest : public ::testing::Test {
 protected:
     void SetUp() override {
         dir_ = testing::freshScratchDir("text-command-test");
-        testing::CfbWriter hello;
-        hello.addStream("__substg1.0_1000001E", Bytes{'h', 'e', 'l', 'l', 'o'});  // NUL-padded to 64 bytes
-        write("hello.msg", hello.build().bytes);
-        testing::CfbWriter noBody;
-        noBody.addStream("__substg1.0_0037001F", testing::utf16le("Subject only"));
-        write("nobody.msg", noBody.build().bytes);
-        write("notes.txt", Bytes(1024, 'x'));
+        // The 8-bit body is NUL-padded to 64 bytes in the file.
+        testing::writeMessage(dir_ / "hello.msg", testing::BodyKind::AnsiText, "hello");
+        testing::writeFile(dir_ / "nobody.msg", testing::makeMessageWithoutBody());
+        testing::writeFile(dir_ / "notes.txt", Bytes(1024, 'x'));
     }
     void TearDown() override { fs::remove_all(dir_); }
 
-    void write(const std::string& name, const Bytes& bytes) {
-        std::ofstream(dir_ / name, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                           static_cast<std::streamsize>(bytes.size()));
-    }
     std::string p(const std::string& name) const { return (dir_ / name).string(); }
     testing::CommandResult text(const std::string& args) {
         return testing::runCommand(std::string(TESSIVO_COMMAND) + " text " + args + " 2>/dev/null");
