@@ -150,6 +150,14 @@ TEST(RTFWangersDecodeTest, OverlappingReferenceRepeatsBytes) {
     EXPECT_EQ(*out, bytes("xyxyxyxyx"));
 }
 
+TEST(RTFWangersDecodeTest, ReferenceFromTheInitialTextRunsOnIntoTheOutput) {
+    // "ab" lands at ring offsets 207 and 208; a copy from 205 ("tx" of the
+    // initial text) reads them next, then the bytes it has just written.
+    auto out = decode(lzfuWrap(lzfuPackTokens({LzfuToken::lit('a'), LzfuToken::lit('b'), LzfuToken::ref(205, 6)}), 8));
+    ASSERT_TRUE(out);
+    EXPECT_EQ(*out, bytes("abtxabtx"));
+}
+
 TEST(RTFWangersDecodeTest, PaddingAfterTheBodyDoesNotGrowTheResult) {
     const std::string text = "{\\rtf1\\ansi Hello\\par}";
     const Bytes body = concat(lzfuCompress(view(text)), Bytes(512, 0));

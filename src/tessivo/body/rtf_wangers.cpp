@@ -1,6 +1,7 @@
 #include "tessivo/body/rtf_wangers.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
 
@@ -21,6 +22,18 @@ constexpr char kInitialDictionary[] =
     "\\pard\\plain\\f0\\fs20\\b\\i\\u\\tab\\tx";
 constexpr std::size_t kInitialDictionaryBytes = sizeof(kInitialDictionary) - 1;
 static_assert(kInitialDictionaryBytes == 207);
+
+// The ring as it stands before the first token: the initial text, then zeros.
+constexpr std::array<std::uint8_t, kDictionaryBytes> kRingStart = [] {
+    std::array<std::uint8_t, kDictionaryBytes> ring{};
+    for (std::size_t i = 0; i < kInitialDictionaryBytes; ++i) ring[i] = static_cast<std::uint8_t>(kInitialDictionary[i]);
+    return ring;
+}();
+
+// The most a run of eight tokens reads after its control byte (eight
+// two-byte references) and writes (eight references of 17 bytes).
+constexpr std::size_t kMaxRunBytes = 16;
+constexpr std::size_t kMaxRunOutput = 8 * 17;
 
 constexpr std::size_t kRawSizeOffset = 4;
 constexpr std::size_t kTypeOffset = 8;
@@ -75,43 +88,64 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
     }
     if (source == nullptr || compressedSize == 0) return output;
 
-    std::uint8_t dictionary[kDictionaryBytes];
-    std::memcpy(dictionary, kInitialDictionary, kInitialDictionaryBytes);
-    std::memset(dictionary + kInitialDictionaryBytes, 0, kDictionaryBytes - kInitialDictionaryBytes);
-    std::size_t writePosition = kInitialDictionaryBytes;
-
+    // The ring dictionary always holds the initial text followed by the
+    // output so far, so the output itself serves as the dictionary: the byte
+    // at ring offset r lies `distance` bytes back, where distance is r's
+    // distance behind the write position. Only references reaching back
+    // before the first output byte read the initial text.
     const std::size_t n = compressedSize;
     const std::size_t raw = uncompressedSize;
     std::uint8_t* out = output->data();
     std::size_t o = 0;
     std::size_t p = 0;
+    // Copies one reference; false for the end marker (a reference to the
+    // write position) or one that would cross the end of the output.
+    const auto copyReference = [&](std::size_t q) {
+        const std::size_t offset = (static_cast<std::size_t>(source[q]) << 4) | (source[q + 1] >> 4);
+        const std::size_t length = (source[q + 1] & 15u) + 2;
+        const std::size_t distance = (kInitialDictionaryBytes + o - offset) & kDictionaryMask;
+        if (distance == 0 || length > raw - o) return false;
+        if (distance > o) {
+            for (std::size_t i = 0; i < length; ++i, ++o)
+                out[o] = distance > o ? kRingStart[(offset + i) & kDictionaryMask] : out[o - distance];
+        } else if (distance >= length) {
+            std::memcpy(out + o, out + o - distance, length);
+            o += length;
+        } else {
+            // The copy overlaps its own output and repeats it.
+            for (std::size_t i = 0; i < length; ++i, ++o) out[o] = out[o - distance];
+        }
+        return true;
+    };
     // Once the output is full no token can change anything, so the scan
     // stops there instead of walking the padding that streams carry.
     while (p < n && o < raw) {
         unsigned control = source[p];
         std::size_t q = p + 1;
-        for (int token = 0; token < 8; ++token, control >>= 1) {
-            if (control & 1) {
-                if (n - q < 2) break;
-                std::size_t offset = (static_cast<std::size_t>(source[q]) << 4) | (source[q + 1] >> 4);
-                const std::size_t length = (source[q + 1] & 15u) + 2;
-                q += 2;
-                // A reference to the write position is the end marker; it
-                // ends this run only, and decoding resumes after it.
-                if (offset == writePosition || length > raw - o) break;
-                for (std::size_t i = 0; i < length; ++i) {
-                    const std::uint8_t c = dictionary[offset];
-                    out[o++] = c;
-                    dictionary[writePosition] = c;
-                    offset = (offset + 1) & kDictionaryMask;
-                    writePosition = (writePosition + 1) & kDictionaryMask;
+        if (n - q >= kMaxRunBytes && raw - o >= kMaxRunOutput) {
+            // The whole run fits in both buffers: only the end marker can stop it.
+            for (int token = 0; token < 8; ++token, control >>= 1) {
+                if (control & 1) {
+                    if (!copyReference(q)) {
+                        q += 2;
+                        break;
+                    }
+                    q += 2;
+                } else {
+                    out[o++] = source[q++];
                 }
-            } else {
-                if (q >= n || o >= raw) break;
-                const std::uint8_t c = source[q++];
-                out[o++] = c;
-                dictionary[writePosition] = c;
-                writePosition = (writePosition + 1) & kDictionaryMask;
+            }
+        } else {
+            for (int token = 0; token < 8; ++token, control >>= 1) {
+                if (control & 1) {
+                    if (n - q < 2) break;
+                    const bool copied = copyReference(q);
+                    q += 2;
+                    if (!copied) break;
+                } else {
+                    if (q >= n || o >= raw) break;
+                    out[o++] = source[q++];
+                }
             }
         }
         p = q;
