@@ -1,27 +1,19 @@
 #!/usr/bin/env python3
 """Compares `tessivo ls` with the listing an independent reader (olefile) finds
 for every .msg file of the corpus: the same storages and streams by full path,
-and the same declared size for each stream.
+and the same declared size for each stream, as sorted listings.
 
 Usage: olefile_listing.py TESSIVO CORPUS_DIR
 Exits 77 (skipped) when the corpus or the olefile module is missing.
 
-Differences between the two readers that are not faults, and how they are met:
-- olefile decodes entry names as UTF-16; tessivo keeps the low byte of each
-  unit and drops control characters. Corpus names are ASCII apart from the
-  leading control character of property-set streams ("\\x05SummaryInformation"),
-  so olefile's names are compared with characters below U+0020 removed.
-- olefile reports sizes of 4096-byte-sector files with the high 32 bits of the
-  size field; tessivo declares the low 32 bits. Corpus streams are far below
-  4 GB, so the numbers agree; the comparison keeps the low 32 bits to say so.
-- Names that are not ASCII do not survive tessivo's 8-bit reading: the low
-  bytes are no UTF-8 and the name becomes empty. After an entry named
-  "MsoDataStore", entries with empty names are left out of the directory,
-  which renumbers the entries after them, so tessivo deliberately lists such a
-  storage's contents differently (Office writes base64-like non-ASCII names
-  there). The contents of a storage holding such a name are left out of the
-  comparison on both sides, and the script says so.
-- olefile lists in its own order; the comparison is of sorted listings.
+Where the readers differ by design:
+- tessivo keeps the low byte of each name unit and drops control characters,
+  so olefile's names are compared without characters below U+0020; a name
+  that does not survive this (not ASCII) becomes empty, and after an entry
+  "MsoDataStore" empty names are left out and the entries after them
+  renumbered. The contents of a storage holding such a name are not compared.
+- olefile reports sizes in 4096-byte-sector files with the high 32 bits of the
+  size field; tessivo declares the low 32 bits, which are compared.
 """
 import os
 import subprocess
