@@ -7,9 +7,9 @@
 #include <random>
 
 #include "support/corpus.h"
+#include "support/corpus_bodies.h"
 #include "support/word_f1.h"
 #include "tessivo/compound/mole.h"
-#include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/log.h"
 #include "tessivo/importer/importer.h"
 
@@ -51,19 +51,13 @@ TEST_F(ImporterCorpus, EveryMessageWithABodyGivesText) {
 
 TEST_F(ImporterCorpus, TextAgreesWithTheMessagesOwnPlainBody) {
     std::vector<double> scores;
-    for (const auto& file : files_) {
-        const Bytes bytes = testing::readFile(file);
-        const auto mole = Mole::initWithData(bytes);
-        if (!mole) continue;
-        const auto plain = mole->getStream(u"__substg1.0_1000001F");
-        if (!plain || plain->empty()) continue;
-        const auto reference = decode(*plain, encodings::UTF16LE);
-        if (!reference) continue;
-        const Result result = extractText(bytes);
-        ASSERT_EQ(result.outcome, Outcome::Text) << file;
-        const double f1 = testing::wordF1(result.text, testing::withoutLinkTargets(*reference)).f1;
+    for (const auto& message : testing::corpusMessageBodies()) {
+        if (!message.plainText) continue;
+        const Result result = extractText(testing::readFile(message.path));
+        ASSERT_EQ(result.outcome, Outcome::Text) << message.path;
+        const double f1 = testing::wordF1(result.text, testing::withoutLinkTargets(*message.plainText)).f1;
         scores.push_back(f1);
-        RecordProperty(file.filename().string(), std::to_string(f1));
+        RecordProperty(message.path.filename().string(), std::to_string(f1));
     }
     ASSERT_FALSE(scores.empty());
     const auto good = std::count_if(scores.begin(), scores.end(), [](double s) { return s >= 0.8; });
