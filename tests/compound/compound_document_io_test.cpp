@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "support/cfb_writer.h"
 #include "tessivo/compound/compound_document.h"
 #include "tessivo/compound/compound_document_io.h"
@@ -18,11 +20,24 @@ CfbImage smallDocument() {
     return w.build();
 }
 
-int openResult(const Bytes& bytes) {
-    CompoundDocumentIO io{ByteView(bytes)};
-    io.open();
-    return io.result();
+// More big-sector table sectors than the data needs, so that master sectors list those past the first 109.
+CfbImage withExtraTables(std::uint32_t extra, unsigned shift = 9) {
+    CfbWriter::Options o;
+    o.sectorShift = shift;
+    o.extraFatSectors = extra;
+    CfbWriter w(o);
+    w.addStream("big", Bytes(9000, 7));
+    w.addStream("small", Bytes(300, 8));
+    return w.build();
 }
+
+std::unique_ptr<CompoundDocumentIO> opened(const Bytes& bytes) {
+    auto io = std::make_unique<CompoundDocumentIO>(ByteView(bytes));
+    io->open();
+    return io;
+}
+
+int openResult(const Bytes& bytes) { return opened(bytes)->result(); }
 
 TEST(CompoundDocumentIOTest, ResultCodes) {
     const CfbImage image = smallDocument();
@@ -68,11 +83,10 @@ TEST(CompoundDocumentIOTest, DirectoryPastTheEndReadsAsEmptyEntries) {
     CfbImage image = w.build();
     // Cut the file where the directory begins: its sector reads as zeros.
     Bytes cut(image.bytes.begin(), image.bytes.begin() + image.sectorOffset(image.directorySectors.front()));
-    CompoundDocumentIO io{ByteView(cut)};
-    io.open();
-    EXPECT_EQ(io.result(), kCompoundOpened);
-    EXPECT_EQ(io.directoryTree().entryCount(), 4u);
-    EXPECT_FALSE(io.directoryTree().entry(0)->valid);
+    const auto io = opened(cut);
+    EXPECT_EQ(io->result(), kCompoundOpened);
+    EXPECT_EQ(io->directoryTree().entryCount(), 4u);
+    EXPECT_FALSE(io->directoryTree().entry(0)->valid);
 }
 
 TEST(CompoundDocumentIOTest, OpenReturnValueFollowsResult) {
@@ -117,36 +131,25 @@ TEST(CompoundDocumentIOTest, FacadeWithoutDataReportsNoReader) {
 
 TEST(CompoundDocumentIOTest, MasterSectorsExtendTheTableList) {
     for (unsigned shift : {9u, 12u}) {
-        CfbWriter::Options o;
-        o.sectorShift = shift;
-        o.extraFatSectors = shift == 9 ? 240 : 120;
-        CfbWriter w(o);
-        w.addStream("big", Bytes(9000, 7));
-        w.addStream("small", Bytes(300, 8));
-        const CfbImage image = w.build();
+        const CfbImage image = withExtraTables(shift == 9 ? 240 : 120, shift);
         ASSERT_GT(image.fatSectors.size(), 109u);
         ASSERT_EQ(image.difatSectors.size(), shift == 9 ? 2u : 1u);
-        CompoundDocumentIO io{ByteView(image.bytes)};
-        io.open();
-        ASSERT_EQ(io.result(), kCompoundOpened);
-        EXPECT_EQ(io.getSectorBlocks(true), image.fatSectors);
-        EXPECT_EQ(io.masterSectorAllocationTable().allocationCount(), image.fatSectors.size() * image.sectorSize / 4);
-        auto handler = io.streamHandler(u"big");
+        const auto io = opened(image.bytes);
+        ASSERT_EQ(io->result(), kCompoundOpened);
+        EXPECT_EQ(io->getSectorBlocks(true), image.fatSectors);
+        EXPECT_EQ(io->masterSectorAllocationTable().allocationCount(), image.fatSectors.size() * image.sectorSize / 4);
+        auto handler = io->streamHandler(u"big");
         ASSERT_TRUE(handler);
         EXPECT_EQ(handler->sectorArray(), image.streamSectors("big"));
     }
 }
 
 TEST(CompoundDocumentIOTest, SectorListWithoutReloadTakesCachedEntriesInOrder) {
-    CfbWriter::Options o;
-    o.extraFatSectors = 240;
-    CfbWriter w(o);
-    w.addStream("a", Bytes(10, 1));
-    const CfbImage image = w.build();
-    CompoundDocumentIO io{ByteView(image.bytes)};
-    io.open();
-    const auto reloaded = io.getSectorBlocks(true);
-    const auto cached = io.getSectorBlocks(false);
+    const CfbImage image = withExtraTables(240);
+    ASSERT_EQ(image.difatSectors.size(), 2u);
+    const auto io = opened(image.bytes);
+    const auto reloaded = io->getSectorBlocks(true);
+    const auto cached = io->getSectorBlocks(false);
     ASSERT_EQ(cached.size(), reloaded.size());
     // The cache also holds the link word of the first master sector, so the
     // entries from there on are one place late.
@@ -156,51 +159,44 @@ TEST(CompoundDocumentIOTest, SectorListWithoutReloadTakesCachedEntriesInOrder) {
 }
 
 TEST(CompoundDocumentIOTest, HugeMasterCountIsWalkedWithoutHanging) {
-    CfbWriter::Options o;
-    o.extraFatSectors = 120;
-    CfbWriter w(o);
-    w.addStream("a", Bytes(10, 1));
-    CfbImage image = w.build();
+    CfbImage image = withExtraTables(120);
     ASSERT_EQ(image.difatSectors.size(), 1u);
     // Four billion master sectors: after the first the table is complete and
     // every further one only rewrites the last entry with its first word.
     image.setU32(72, 0xFFFFFFFF);
-    CompoundDocumentIO io{ByteView(image.bytes)};
-    io.open();
-    EXPECT_EQ(io.result(), kCompoundOpened);
-    const auto blocks = io.getSectorBlocks(true);
+    const auto io = opened(image.bytes);
+    EXPECT_EQ(io->result(), kCompoundOpened);
+    const auto blocks = io->getSectorBlocks(true);
     ASSERT_EQ(blocks.size(), image.fatSectors.size());
     EXPECT_TRUE(std::equal(blocks.begin(), blocks.end() - 1, image.fatSectors.begin()));
 }
 
 TEST(CompoundDocumentIOTest, LoadSectorsCutsAtTheEndAndFailsPastIt) {
     const CfbImage image = smallDocument();
-    CompoundDocumentIO io{ByteView(image.bytes)};
-    io.open();
+    const auto io = opened(image.bytes);
     const std::uint32_t last = static_cast<std::uint32_t>(image.bytes.size() / 512 - 2);
     Bytes buffer(1024, 0xEE);
     bool error = true;
     const std::uint32_t twoLast[] = {last, last};
-    EXPECT_EQ(io.loadSectors(twoLast, buffer.data(), 700, error), 700u);
+    EXPECT_EQ(io->loadSectors(twoLast, buffer.data(), 700, error), 700u);
     EXPECT_FALSE(error);
     const std::uint32_t pastEnd[] = {last, last + 1};
-    EXPECT_EQ(io.loadSectors(pastEnd, buffer.data(), 1024, error), 0u);
+    EXPECT_EQ(io->loadSectors(pastEnd, buffer.data(), 1024, error), 0u);
     EXPECT_TRUE(error);
-    EXPECT_EQ(io.loadSector(last, nullptr, 512), 0u);
-    EXPECT_EQ(io.loadSector(last, buffer.data(), 0), 0u);
-    EXPECT_FALSE(io.dataIntoBuffer(buffer.data(), image.bytes.size() - 4, 5));
-    EXPECT_TRUE(io.dataIntoBuffer(buffer.data(), image.bytes.size() - 4, 4));
+    EXPECT_EQ(io->loadSector(last, nullptr, 512), 0u);
+    EXPECT_EQ(io->loadSector(last, buffer.data(), 0), 0u);
+    EXPECT_FALSE(io->dataIntoBuffer(buffer.data(), image.bytes.size() - 4, 5));
+    EXPECT_TRUE(io->dataIntoBuffer(buffer.data(), image.bytes.size() - 4, 4));
 }
 
 TEST(CompoundDocumentIOTest, SmallSectorsOutsideTheSmallAreaLog) {
     const CfbImage image = smallDocument();
-    CompoundDocumentIO io{ByteView(image.bytes)};
-    io.open();
+    const auto io = opened(image.bytes);
     Bytes buffer(64, 0xEE);
     LogCapture log;
-    EXPECT_EQ(io.loadSmallSector(0, buffer.data(), 64), 64u);
+    EXPECT_EQ(io->loadSmallSector(0, buffer.data(), 64), 64u);
     EXPECT_EQ(buffer[0], 'H');
-    EXPECT_EQ(io.loadSmallSector(8, buffer.data(), 64), 0u);
+    EXPECT_EQ(io->loadSmallSector(8, buffer.data(), 64), 0u);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"Error: Sector index 1 out of bounds (max: 1)"});
 }
 
