@@ -91,6 +91,19 @@ TEST(DirectoryTreeTest, NameLengthLimitsTheName) {
     EXPECT_EQ(load(image).entry(1)->name, icu::UnicodeString());
 }
 
+TEST(DirectoryTreeTest, NamesAreTheirLowBytesReadAsUtf8) {
+    CfbWriter w;
+    w.addStream("abc", Bytes(1, 1));
+    auto image = w.build();
+    // The low bytes of the second and third units spell U+00E9 in UTF-8.
+    image.setU8(image.entryOffset("abc", 2), 0xC3);
+    image.setU8(image.entryOffset("abc", 4), 0xA9);
+    EXPECT_EQ(load(image).entry(1)->name, icu::UnicodeString(u"a\u00E9"));
+    // Control characters are dropped wherever they stand.
+    image.setU8(image.entryOffset("abc", 0), 0x01);
+    EXPECT_EQ(load(image).entry(1)->name, icu::UnicodeString(u"\u00E9"));
+}
+
 TEST(DirectoryTreeTest, NamesThatAreNotUtf8AreEmpty) {
     CfbWriter w;
     w.addStream("ab", Bytes(1, 1));

@@ -1,7 +1,6 @@
 #include "tessivo/compound/directory_tree.h"
 
-#include <string>
-
+#include <unicode/stringpiece.h>
 #include <unicode/utf8.h>
 
 #include "tessivo/compound/limits.h"
@@ -16,13 +15,14 @@ constexpr std::uint8_t kTypeEmpty = 0;
 constexpr std::uint8_t kTypeStream = 2;
 constexpr std::int64_t kTicksPerSecond = 10000000;
 constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+// After an entry of this name, entries with empty names are left out.
+const icu::UnicodeString kDataStoreName(u"MsoDataStore");
 
-bool isWellFormedUtf8(const std::string& s) {
+bool isWellFormedUtf8(const char* s, std::int32_t length) {
     std::int32_t i = 0;
-    const auto length = static_cast<std::int32_t>(s.size());
     while (i < length) {
         UChar32 c;
-        U8_NEXT(reinterpret_cast<const std::uint8_t*>(s.data()), i, length, c);
+        U8_NEXT(reinterpret_cast<const std::uint8_t*>(s), i, length, c);
         if (c < 0) return false;
     }
     return true;
@@ -30,18 +30,26 @@ bool isWellFormedUtf8(const std::string& s) {
 
 // Names are taken as 8-bit text: the low byte of each UTF-16 unit up to the
 // first NUL, without control characters, read as UTF-8. Bytes that are not
-// UTF-8 give an empty name.
+// UTF-8 give an empty name. ASCII names, the usual case, need no conversion.
 icu::UnicodeString decodeName(ByteView bytes) {
     const std::uint64_t length = std::min<std::uint64_t>(readU16le(bytes, DirectoryTree::kNameLengthOffset).value_or(0),
                                                          DirectoryTree::kNameBytes);
-    std::string collected;
+    char collected[DirectoryTree::kNameBytes / 2];
+    char16_t units[DirectoryTree::kNameBytes / 2];
+    std::int32_t count = 0;
+    bool ascii = true;
     for (std::uint64_t i = 0; i < length && i < bytes.size(); i += 2) {
         const std::uint8_t low = bytes[i];
         if (low == 0) break;
-        if (low >= 0x20) collected.push_back(static_cast<char>(low));
+        if (low < 0x20) continue;
+        ascii = ascii && low < 0x80;
+        collected[count] = static_cast<char>(low);
+        units[count] = low;
+        ++count;
     }
-    if (!isWellFormedUtf8(collected)) return {};
-    return icu::UnicodeString::fromUTF8(collected);
+    if (ascii) return icu::UnicodeString(units, count);
+    if (!isWellFormedUtf8(collected, count)) return {};
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(collected, count));
 }
 
 }  // namespace
@@ -83,10 +91,11 @@ bool DirectoryTree::loadEntries(ByteView bytes, std::uint64_t size) {
     visitedList_.clear();
     const std::uint64_t count = std::min<std::uint64_t>(size, bytes.size()) / compound::kDirectoryEntryBytes;
     bool afterDataStore = false;
+    entries_.reserve(count);
     for (std::uint64_t i = 0; i < count; ++i) {
         DirectoryEntry e = decodeEntry(bytes.subspan(i * compound::kDirectoryEntryBytes, compound::kDirectoryEntryBytes));
         if (afterDataStore && e.name.isEmpty()) continue;
-        if (e.name == icu::UnicodeString(u"MsoDataStore")) afterDataStore = true;
+        if (e.name == kDataStoreName) afterDataStore = true;
         entries_.push_back(std::move(e));
     }
     visited_.assign((entries_.size() + 63) / 64, 0);

@@ -10,7 +10,7 @@ namespace tessivo {
 
 bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry) {
     io_ = &io;
-    entry_ = entry;
+    entry_ = &entry;
     const SectorAllocTable& table =
         usesSmallSectors() ? io.smallSectorAllocationTable() : io.masterSectorAllocationTable();
     sectorArray_ = table.allocationFollow(entry.start);
@@ -22,7 +22,7 @@ bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const 
     return true;
 }
 
-bool StreamHandler::usesSmallSectors() const { return entry_.size < io_->header().threshold; }
+bool StreamHandler::usesSmallSectors() const { return entry_->size < io_->header().threshold; }
 
 std::uint64_t StreamHandler::sectorSize() const {
     return usesSmallSectors() ? io_->smallSectorSize() : io_->bigSectorSize();
@@ -67,7 +67,7 @@ std::uint64_t StreamHandler::read(std::uint8_t* data, std::uint64_t maxLength) {
 void StreamHandler::updateCache() {
     cachePtr_ = memoryPosition_ / compound::kStreamCacheBytes * compound::kStreamCacheBytes;
     std::uint64_t blockSize = compound::kStreamCacheBytes;
-    if (cachePtr_ + blockSize > entry_.size) blockSize = entry_.size > cachePtr_ ? entry_.size - cachePtr_ : 0;
+    if (cachePtr_ + blockSize > entry_->size) blockSize = entry_->size > cachePtr_ ? entry_->size - cachePtr_ : 0;
     cacheSize_ = readAtPosition(cachePtr_, cacheData_.data(), blockSize);
 }
 

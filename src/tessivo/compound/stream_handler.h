@@ -4,7 +4,8 @@
 //   std::uint8_t buf[16];
 //   std::uint64_t n = handler->read(buf, sizeof buf);
 //
-// A handler borrows its reader, which must outlive it. The declared size only
+// A handler borrows its reader and the reader's directory entry, which must
+// outlive it. The declared size only
 // selects small or big sectors: a stream read to its end yields whole sectors.
 #pragma once
 
@@ -24,6 +25,7 @@ class StreamHandler {
 public:
     // Takes the entry's chain (small sectors below the threshold, else big ones)
     // and fills the cache with the first block; false when that cannot be done.
+    // The entry is borrowed (one of io's directory entries).
     bool initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry);
 
     std::uint64_t currentPosition() const { return memoryPosition_; }
@@ -42,7 +44,7 @@ public:
     bool usesSmallSectors() const;
     std::uint64_t sectorSize() const;
     const std::vector<std::uint32_t>& sectorArray() const { return sectorArray_; }
-    const DirectoryEntry& entry() const { return entry_; }
+    const DirectoryEntry& entry() const { return *entry_; }
     bool fail() const { return fail_; }
 
 private:
@@ -54,7 +56,7 @@ private:
     std::uint64_t memoryPosition_ = 0;
     std::uint64_t cacheSize_ = 4096;
     std::uint64_t cachePtr_ = 0;
-    DirectoryEntry entry_;
+    const DirectoryEntry* entry_ = nullptr;
     bool fail_ = false;
     Bytes cacheData_;
 };
