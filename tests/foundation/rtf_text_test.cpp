@@ -50,6 +50,8 @@ TEST(RtfTextTest, DestinationsWithoutText) {
     EXPECT_EQ(text(doc("a{\\pict\\wmetafile8 0a0b{}}b{\\object{\\*\\objdata 0102}{\\result r}}c")), "abrc");
     // A picture in binary: its bytes may hold braces.
     EXPECT_EQ(text(doc("a{\\pict\\bin4 }}{{}b")), "ab");
+    // Only "\bin" itself carries data; longer words that begin so do not.
+    EXPECT_EQ(text(doc("a{\\*\\x\\binder1 {}}b")), "ab");
     EXPECT_EQ(text(doc("a\\bin3 xyzb")), "ab");
 }
 

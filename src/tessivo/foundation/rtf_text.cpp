@@ -130,43 +130,88 @@ struct Keyword {
     char16_t character = 0;  // for Emit; for DocumentCodePage the fixed page when non-zero
 };
 
-const std::unordered_map<std::string_view, Keyword>& keywords() {
-    static const std::unordered_map<std::string_view, Keyword> table = [] {
-        std::unordered_map<std::string_view, Keyword> t;
-        const std::pair<std::string_view, char16_t> characters[] = {
-            {"par", u'\n'},       {"line", u'\n'},        {"sect", u'\n'},      {"row", u'\n'},
-            {"nestrow", u'\n'},   {"tab", u'\t'},         {"cell", u'\t'},      {"nestcell", u'\t'},
-            {"page", u'\f'},      {"emdash", u'\u2014'},  {"endash", u'\u2013'}, {"emspace", u'\u2003'},
-            {"enspace", u'\u2002'}, {"qmspace", u'\u2005'}, {"bullet", u'\u2022'}, {"lquote", u'\u2018'},
-            {"rquote", u'\u2019'}, {"ldblquote", u'\u201C'}, {"rdblquote", u'\u201D'}, {"zwj", u'\u200D'},
-            {"zwnj", u'\u200C'},  {"zwbo", u'\u200B'},    {"ltrmark", u'\u200E'}, {"rtlmark", u'\u200F'},
-        };
-        for (const auto& [word, c] : characters) t.emplace(word, Keyword{Action::Emit, c});
-        for (std::string_view word :
-             {"colortbl", "stylesheet", "info", "pict", "nonshppict", "header", "headerl", "headerr", "headerf",
-              "footer", "footerl", "footerr", "footerf", "footnote", "annotation", "fldinst", "xe", "tc", "txe",
-              "rxe", "revtbl", "filetbl", "listtable", "listoverridetable", "pn", "objdata", "objclass",
-              "objname", "template", "rsidtbl", "generator", "themedata", "colorschememapping", "latentstyles",
-              "datastore", "xmlnstbl", "pgdsctbl", "bkmkstart", "bkmkend", "datafield", "comment"})
-            t.emplace(word, Keyword{Action::SkipDestination});
-        t.emplace("fonttbl", Keyword{Action::FontTable});
-        t.emplace("f", Keyword{Action::Font});
-        t.emplace("fcharset", Keyword{Action::FontCharset});
-        t.emplace("cpg", Keyword{Action::FontCodePage});
-        t.emplace("ansicpg", Keyword{Action::DocumentCodePage});
-        t.emplace("ansi", Keyword{Action::DocumentCodePage, 1252});
-        t.emplace("mac", Keyword{Action::DocumentCodePage, 10000});
-        t.emplace("pc", Keyword{Action::DocumentCodePage, 437});
-        t.emplace("pca", Keyword{Action::DocumentCodePage, 850});
-        t.emplace("deff", Keyword{Action::DefaultFont});
-        t.emplace("plain", Keyword{Action::Plain});
-        t.emplace("u", Keyword{Action::Unicode});
-        t.emplace("uc", Keyword{Action::FallbackCount});
-        t.emplace("bin", Keyword{Action::Binary});
-        return t;
-    }();
-    return table;
-}
+struct KeywordEntry {
+    std::string_view word;
+    Keyword keyword;
+};
+
+constexpr KeywordEntry kKeywords[] = {
+    {"par", {Action::Emit, u'\n'}},          {"line", {Action::Emit, u'\n'}},
+    {"sect", {Action::Emit, u'\n'}},         {"row", {Action::Emit, u'\n'}},
+    {"nestrow", {Action::Emit, u'\n'}},      {"tab", {Action::Emit, u'\t'}},
+    {"cell", {Action::Emit, u'\t'}},         {"nestcell", {Action::Emit, u'\t'}},
+    {"page", {Action::Emit, u'\f'}},         {"emdash", {Action::Emit, u'\u2014'}},
+    {"endash", {Action::Emit, u'\u2013'}},   {"emspace", {Action::Emit, u'\u2003'}},
+    {"enspace", {Action::Emit, u'\u2002'}},  {"qmspace", {Action::Emit, u'\u2005'}},
+    {"bullet", {Action::Emit, u'\u2022'}},   {"lquote", {Action::Emit, u'\u2018'}},
+    {"rquote", {Action::Emit, u'\u2019'}},   {"ldblquote", {Action::Emit, u'\u201C'}},
+    {"rdblquote", {Action::Emit, u'\u201D'}}, {"zwj", {Action::Emit, u'\u200D'}},
+    {"zwnj", {Action::Emit, u'\u200C'}},     {"zwbo", {Action::Emit, u'\u200B'}},
+    {"ltrmark", {Action::Emit, u'\u200E'}},  {"rtlmark", {Action::Emit, u'\u200F'}},
+    {"colortbl", {Action::SkipDestination}}, {"stylesheet", {Action::SkipDestination}},
+    {"info", {Action::SkipDestination}},     {"pict", {Action::SkipDestination}},
+    {"nonshppict", {Action::SkipDestination}}, {"header", {Action::SkipDestination}},
+    {"headerl", {Action::SkipDestination}},  {"headerr", {Action::SkipDestination}},
+    {"headerf", {Action::SkipDestination}},  {"footer", {Action::SkipDestination}},
+    {"footerl", {Action::SkipDestination}},  {"footerr", {Action::SkipDestination}},
+    {"footerf", {Action::SkipDestination}},  {"footnote", {Action::SkipDestination}},
+    {"annotation", {Action::SkipDestination}}, {"fldinst", {Action::SkipDestination}},
+    {"xe", {Action::SkipDestination}},       {"tc", {Action::SkipDestination}},
+    {"txe", {Action::SkipDestination}},      {"rxe", {Action::SkipDestination}},
+    {"revtbl", {Action::SkipDestination}},   {"filetbl", {Action::SkipDestination}},
+    {"listtable", {Action::SkipDestination}}, {"listoverridetable", {Action::SkipDestination}},
+    {"pn", {Action::SkipDestination}},       {"objdata", {Action::SkipDestination}},
+    {"objclass", {Action::SkipDestination}}, {"objname", {Action::SkipDestination}},
+    {"template", {Action::SkipDestination}}, {"rsidtbl", {Action::SkipDestination}},
+    {"generator", {Action::SkipDestination}}, {"themedata", {Action::SkipDestination}},
+    {"colorschememapping", {Action::SkipDestination}}, {"latentstyles", {Action::SkipDestination}},
+    {"datastore", {Action::SkipDestination}}, {"xmlnstbl", {Action::SkipDestination}},
+    {"pgdsctbl", {Action::SkipDestination}}, {"bkmkstart", {Action::SkipDestination}},
+    {"bkmkend", {Action::SkipDestination}},  {"datafield", {Action::SkipDestination}},
+    {"comment", {Action::SkipDestination}},  {"fonttbl", {Action::FontTable}},
+    {"f", {Action::Font}},                   {"fcharset", {Action::FontCharset}},
+    {"cpg", {Action::FontCodePage}},         {"ansicpg", {Action::DocumentCodePage}},
+    {"ansi", {Action::DocumentCodePage, 1252}}, {"mac", {Action::DocumentCodePage, 10000}},
+    {"pc", {Action::DocumentCodePage, 437}}, {"pca", {Action::DocumentCodePage, 850}},
+    {"deff", {Action::DefaultFont}},         {"plain", {Action::Plain}},
+    {"u", {Action::Unicode}},                {"uc", {Action::FallbackCount}},
+    {"bin", {Action::Binary}},
+};
+
+// The control words by a cheap hash of their letters, open-addressed, so
+// that the many words the reader ignores are rejected in a probe or two.
+class KeywordTable {
+public:
+    static constexpr std::size_t kSlots = 512;
+
+    constexpr KeywordTable() {
+        for (std::size_t k = 0; k < std::size(kKeywords); ++k) {
+            std::size_t slot = hash(kKeywords[k].word);
+            while (slots_[slot] != 0) slot = (slot + 1) % kSlots;
+            slots_[slot] = static_cast<std::uint8_t>(k + 1);
+        }
+    }
+
+    const Keyword* find(std::string_view word) const {
+        for (std::size_t slot = hash(word);; slot = (slot + 1) % kSlots) {
+            const std::uint8_t k = slots_[slot];
+            if (k == 0) return nullptr;
+            if (kKeywords[k - 1].word == word) return &kKeywords[k - 1].keyword;
+        }
+    }
+
+private:
+    static constexpr std::size_t hash(std::string_view word) {
+        std::size_t h = word.size();
+        for (const char c : word) h = h * 31 + static_cast<std::uint8_t>(c);
+        return h % kSlots;
+    }
+
+    std::array<std::uint8_t, kSlots> slots_{};
+};
+
+static_assert(std::size(kKeywords) < KeywordTable::kSlots / 4);
+constexpr KeywordTable kKeywordTable;
 
 // ---- the reader -----------------------------------------------------------
 
@@ -186,8 +231,18 @@ int hexValue(std::uint8_t c) {
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     return -1;
 }
-// Bytes that end a run of ordinary text.
-bool isSpecial(std::uint8_t c) { return c == '{' || c == '}' || c == '\\' || c == '\r' || c == '\n' || c == 0; }
+// Byte classes: bytes that end a run of ordinary text, and the subset that
+// matters inside a skipped group.
+constexpr std::uint8_t kEndsText = 1;
+constexpr std::uint8_t kGroupSyntax = 2;
+constexpr std::array<std::uint8_t, 256> kByteClass = [] {
+    std::array<std::uint8_t, 256> classes{};
+    for (const std::uint8_t c : {'{', '}', '\\'}) classes[c] = kEndsText | kGroupSyntax;
+    for (const std::uint8_t c : {'\r', '\n', '\0'}) classes[c] = kEndsText;
+    return classes;
+}();
+bool isSpecial(std::uint8_t c) { return kByteClass[c] & kEndsText; }
+bool isGroupSyntax(std::uint8_t c) { return kByteClass[c] & kGroupSyntax; }
 
 class Reader {
 public:
@@ -258,31 +313,39 @@ private:
     }
 
     // Consumes the rest of a group that holds no text, through its "}".
+    // Only braces, escapes and "\bin" (whose data may hold braces) matter
+    // here; every other byte is passed over.
     void skipGroup() {
         flushBytes();
         std::size_t depth = 0;
-        while (p_ < end_) {
-            const std::uint8_t c = *p_++;
+        const std::uint8_t* p = p_;
+        while (p < end_) {
+            const std::uint8_t c = *p++;
+            if (!isGroupSyntax(c)) continue;
             if (c == '{') {
                 ++depth;
             } else if (c == '}') {
                 if (depth == 0) {
+                    p_ = p;
                     closeGroup();
                     return;
                 }
                 --depth;
-            } else if (c == '\\' && p_ < end_) {
-                if (!isLetter(*p_)) {
-                    ++p_;
-                    continue;
+            } else if (p < end_) {
+                if (!isLetter(*p)) {
+                    ++p;
+                } else if (end_ - p > 3 && p[0] == 'b' && p[1] == 'i' && p[2] == 'n' && !isLetter(p[3])) {
+                    p_ = p;
+                    std::string_view word;
+                    long number = 0;
+                    bool hasNumber = false;
+                    readWord(word, number, hasNumber);
+                    if (hasNumber) skipBinary(number);
+                    p = p_;
                 }
-                std::string_view word;
-                long number = 0;
-                bool hasNumber = false;
-                readWord(word, number, hasNumber);
-                if (word == "bin" && hasNumber) skipBinary(number);
             }
         }
+        p_ = p;
     }
 
     void skipBinary(long count) {
@@ -361,13 +424,12 @@ private:
         readWord(word, number, hasNumber);
         if (word.size() > kMaxWordLetters) return;
         flushBytes();
-        const auto& table = keywords();
-        const auto it = table.find(word);
-        if (it == table.end()) {
+        const Keyword* found = kKeywordTable.find(word);
+        if (found == nullptr) {
             consumeFallback();
             return;
         }
-        const Keyword k = it->second;
+        const Keyword k = *found;
         if (k.action == Action::Binary) {
             skipBinary(number);
             consumeFallback();
@@ -425,9 +487,19 @@ private:
             --fallbackLeft_;
         }
         const std::uint8_t* start = p_;
-        while (p_ < end_ && !isSpecial(*p_)) ++p_;
+        const std::uint8_t* p = p_;
+        std::uint8_t high = 0;
+        while (p < end_ && !isSpecial(*p)) high |= *p++;
+        p_ = p;
         if (cur_.destination != Destination::Text) return;
-        for (const std::uint8_t* q = start; q < p_; ++q) {
+        // A run of ASCII outside a pending code-page run is copied as it is.
+        if (high < 0x80 && pending_.empty() && static_cast<std::size_t>(p - start) <= capacity_ - count_) {
+            char16_t* to = out_ + count_;
+            for (const std::uint8_t* q = start; q < p; ++q) *to++ = *q;
+            count_ += static_cast<std::size_t>(p - start);
+            return;
+        }
+        for (const std::uint8_t* q = start; q < p; ++q) {
             const std::uint8_t b = *q;
             // Bytes above ASCII belong to the code page; so do ASCII bytes
             // inside a multi-byte run, where they can be trail bytes.
