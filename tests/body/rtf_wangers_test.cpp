@@ -158,6 +158,21 @@ TEST(RTFWangersDecodeTest, ReferenceFromTheInitialTextRunsOnIntoTheOutput) {
     EXPECT_EQ(*out, bytes("abtxabtx"));
 }
 
+TEST(RTFWangersDecodeTest, BytesAfterTheLastCopyStayZero) {
+    // Sixteen letters, a copy of "ab" from sixteen bytes back, then the end
+    // marker (write position 207 + 18); the input goes on with runs that
+    // hold only end markers, and the declared size leaves room to spare.
+    std::vector<LzfuToken> tokens;
+    for (char c = 'a'; c <= 'p'; ++c) tokens.push_back(LzfuToken::lit(static_cast<std::uint8_t>(c)));
+    tokens.push_back(LzfuToken::ref(207, 2));
+    tokens.push_back(LzfuToken::ref(225, 2));
+    Bytes body = lzfuPackTokens(tokens);
+    for (int i = 0; i < 8; ++i) body = concat(body, Bytes{0xFF, 225 >> 4, (225 & 15) << 4});
+    auto out = decode(lzfuWrap(body, 300));
+    ASSERT_TRUE(out);
+    EXPECT_EQ(*out, concat(bytes("abcdefghijklmnopab"), Bytes(282, 0)));
+}
+
 TEST(RTFWangersDecodeTest, PaddingAfterTheBodyDoesNotGrowTheResult) {
     const std::string text = "{\\rtf1\\ansi Hello\\par}";
     const Bytes body = concat(lzfuCompress(view(text)), Bytes(512, 0));

@@ -34,6 +34,8 @@ constexpr std::array<std::uint8_t, kDictionaryBytes> kRingStart = [] {
 // two-byte references) and writes (eight references of 17 bytes).
 constexpr std::size_t kMaxRunBytes = 16;
 constexpr std::size_t kMaxRunOutput = 8 * 17;
+// How far past its end a reference copied in eight-byte pieces may write.
+constexpr std::size_t kCopySlack = 24 - 2;
 
 constexpr std::size_t kRawSizeOffset = 4;
 constexpr std::size_t kTypeOffset = 8;
@@ -99,8 +101,11 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
     std::size_t o = 0;
     std::size_t p = 0;
     // Copies one reference; false for the end marker (a reference to the
-    // write position) or one that would cross the end of the output.
-    const auto copyReference = [&](std::size_t q) {
+    // write position) or one that would cross the end of the output. With
+    // room to spare, copies from at least eight bytes back move eight bytes
+    // at a time and may write up to kCopySlack bytes past the reference,
+    // bytes that later tokens overwrite or the end clears.
+    const auto copyReference = [&](std::size_t q, bool roomy) {
         const std::size_t offset = (static_cast<std::size_t>(source[q]) << 4) | (source[q + 1] >> 4);
         const std::size_t length = (source[q + 1] & 15u) + 2;
         const std::size_t distance = (kInitialDictionaryBytes + o - offset) & kDictionaryMask;
@@ -108,11 +113,15 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
         if (distance > o) {
             for (std::size_t i = 0; i < length; ++i, ++o)
                 out[o] = distance > o ? kRingStart[(offset + i) & kDictionaryMask] : out[o - distance];
-        } else if (distance >= length) {
-            std::memcpy(out + o, out + o - distance, length);
+        } else if (roomy && distance >= 8) {
+            // Each eight-byte piece reads only bytes already written.
+            std::uint8_t* to = out + o;
+            std::memcpy(to, to - distance, 8);
+            std::memcpy(to + 8, to + 8 - distance, 8);
+            std::memcpy(to + 16, to + 16 - distance, 8);
             o += length;
         } else {
-            // The copy overlaps its own output and repeats it.
+            // A copy from fewer bytes back than its length repeats them.
             for (std::size_t i = 0; i < length; ++i, ++o) out[o] = out[o - distance];
         }
         return true;
@@ -122,15 +131,13 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
     while (p < n && o < raw) {
         unsigned control = source[p];
         std::size_t q = p + 1;
-        if (n - q >= kMaxRunBytes && raw - o >= kMaxRunOutput) {
+        if (n - q >= kMaxRunBytes && raw - o >= kMaxRunOutput + kCopySlack) {
             // The whole run fits in both buffers: only the end marker can stop it.
             for (int token = 0; token < 8; ++token, control >>= 1) {
                 if (control & 1) {
-                    if (!copyReference(q)) {
-                        q += 2;
-                        break;
-                    }
+                    const bool copied = copyReference(q, true);
                     q += 2;
+                    if (!copied) break;
                 } else {
                     out[o++] = source[q++];
                 }
@@ -139,7 +146,7 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
             for (int token = 0; token < 8; ++token, control >>= 1) {
                 if (control & 1) {
                     if (n - q < 2) break;
-                    const bool copied = copyReference(q);
+                    const bool copied = copyReference(q, false);
                     q += 2;
                     if (!copied) break;
                 } else {
@@ -150,6 +157,8 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
         }
         p = q;
     }
+    // Bytes not decoded stay zero, including any written ahead by a copy.
+    if (o < raw) std::memset(out + o, 0, std::min(raw - o, kCopySlack));
     return output;
 }
 
