@@ -55,6 +55,14 @@ TEST(RtfTextTest, DestinationsWithoutText) {
     EXPECT_EQ(text(doc("a\\bin3 xyzb")), "ab");
 }
 
+TEST(RtfTextTest, SkippedGroupsEndAtTheirOwnBraceWhereverItFalls) {
+    // Nested braces and escaped ones at every position within eight bytes.
+    for (std::size_t n = 0; n < 20; ++n) {
+        const std::string pad(n, 'x');
+        EXPECT_EQ(text(doc("a{\\*\\x " + pad + "{" + pad + "\\}" + pad + "}" + pad + "}b")), "ab") << n;
+    }
+}
+
 TEST(RtfTextTest, FieldsShowTheirResult) {
     EXPECT_EQ(text(doc("See {\\field{\\*\\fldinst {HYPERLINK \"https://example.com/\"}}{\\fldrslt {\\ul example}}}.")),
               "See example.");

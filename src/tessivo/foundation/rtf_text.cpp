@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -231,18 +232,39 @@ int hexValue(std::uint8_t c) {
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
     return -1;
 }
-// Byte classes: bytes that end a run of ordinary text, and the subset that
-// matters inside a skipped group.
-constexpr std::uint8_t kEndsText = 1;
-constexpr std::uint8_t kGroupSyntax = 2;
-constexpr std::array<std::uint8_t, 256> kByteClass = [] {
-    std::array<std::uint8_t, 256> classes{};
-    for (const std::uint8_t c : {'{', '}', '\\'}) classes[c] = kEndsText | kGroupSyntax;
-    for (const std::uint8_t c : {'\r', '\n', '\0'}) classes[c] = kEndsText;
-    return classes;
+// Scanning for the next byte of a small set, eight bytes at a time: a byte of
+// v ^ (c * kOnes) is zero where v holds c, and zeroBytes flags the lowest zero
+// byte exactly (flags above it may be false, but only the lowest is used).
+constexpr std::uint64_t kOnes = 0x0101010101010101;
+constexpr std::uint64_t kHighs = 0x8080808080808080;
+constexpr std::uint64_t zeroBytes(std::uint64_t x) { return (x - kOnes) & ~x & kHighs; }
+
+template <std::uint8_t... Cs>
+const std::uint8_t* findAny(const std::uint8_t* p, const std::uint8_t* end) {
+    if constexpr (std::endian::native == std::endian::little) {
+        for (; end - p >= 8; p += 8) {
+            std::uint64_t v;
+            std::memcpy(&v, p, sizeof v);
+            if (const std::uint64_t hits = (zeroBytes(v ^ (kOnes * Cs)) | ...))
+                return p + std::countr_zero(hits) / 8;
+        }
+    }
+    while (p < end && ((*p != Cs) && ...)) ++p;
+    return p;
+}
+
+// The next byte that matters inside a skipped group: a brace or backslash.
+const std::uint8_t* findGroupSyntax(const std::uint8_t* p, const std::uint8_t* end) {
+    return findAny<'{', '}', '\\'>(p, end);
+}
+// Bytes that end a run of ordinary text, by table: runs of text are short,
+// and one lookup per byte beats both comparisons and wider scans there.
+constexpr std::array<bool, 256> kEndsText = [] {
+    std::array<bool, 256> ends{};
+    for (const std::uint8_t c : {'{', '}', '\\', '\r', '\n', '\0'}) ends[c] = true;
+    return ends;
 }();
-bool isSpecial(std::uint8_t c) { return kByteClass[c] & kEndsText; }
-bool isGroupSyntax(std::uint8_t c) { return kByteClass[c] & kGroupSyntax; }
+bool isSpecial(std::uint8_t c) { return kEndsText[c]; }
 
 class Reader {
 public:
@@ -320,8 +342,9 @@ private:
         std::size_t depth = 0;
         const std::uint8_t* p = p_;
         while (p < end_) {
+            p = findGroupSyntax(p, end_);
+            if (p == end_) break;
             const std::uint8_t c = *p++;
-            if (!isGroupSyntax(c)) continue;
             if (c == '{') {
                 ++depth;
             } else if (c == '}') {
