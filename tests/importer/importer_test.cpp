@@ -179,18 +179,6 @@ TEST_F(ImporterFile, ImportFileStoresTextForAcceptedTypesOnly) {
     }
 }
 
-// Small files are read whole and large ones mapped; both give what the bytes give.
-TEST_F(ImporterFile, SmallAndLargeFilesGiveTheTextOfTheirBytes) {
-    for (const std::size_t attachment : {std::size_t{0}, std::size_t{200000}}) {
-        const Bytes message = messageOf({{kEightBitBody, bytesOf("hello")}, {"__substg1.0_37010102", Bytes(attachment, 7)}});
-        const std::string path = write(message, "importer_size_" + std::to_string(attachment) + ".msg");
-        const Result fromFile = extractText(path);
-        ASSERT_EQ(fromFile.outcome, Outcome::Text) << fromFile.reason;
-        EXPECT_EQ(fromFile.text, extractText(ByteView(message)).text);
-        EXPECT_EQ(beforePadding(fromFile.text), icu::UnicodeString(u"hello"));
-    }
-}
-
 TEST_F(ImporterFile, FilesThatGiveNoTextSetNothing) {
     const std::vector<std::string> paths = {
         write({}, "importer_empty.msg"),

@@ -1,12 +1,7 @@
 #include "tessivo/importer/importer.h"
 
 #include <exception>
-#include <memory>
 #include <optional>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "tessivo/compound/mole.h"
 #include "tessivo/foundation/encoding.h"
@@ -66,45 +61,6 @@ std::string openFailureReason(int resultCode) {
     }
 }
 
-// Files up to this size are read into a reused buffer: mapping and
-// unmapping a small file costs more in the kernel than copying it, while a
-// larger one is cheaper mapped, as only the sectors used are touched.
-constexpr std::size_t kReadWholeMaxBytes = 64 * 1024;
-
-// A per-thread buffer that keeps its largest allocation for the next file.
-struct ReadBuffer {
-    std::unique_ptr<std::uint8_t[]> data;
-    std::size_t capacity = 0;
-};
-
-// The whole of a small, non-empty regular file, read into the calling
-// thread's buffer (valid until the thread's next read); nothing for anything
-// else, which the mapping path then opens and explains.
-std::optional<ByteView> readSmallFile(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return std::nullopt;
-    thread_local ReadBuffer buffer;
-    std::optional<ByteView> bytes;
-    struct stat st {};
-    if (::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 &&
-        static_cast<std::uint64_t>(st.st_size) <= kReadWholeMaxBytes) {
-        const auto size = static_cast<std::size_t>(st.st_size);
-        if (buffer.capacity < size) {
-            buffer.data = std::make_unique_for_overwrite<std::uint8_t[]>(size);
-            buffer.capacity = size;
-        }
-        std::size_t got = 0;
-        while (got < size) {
-            const ssize_t n = ::read(fd, buffer.data.get() + got, size - got);
-            if (n <= 0) break;
-            got += static_cast<std::size_t>(n);
-        }
-        if (got == size) bytes = ByteView(buffer.data.get(), size);
-    }
-    ::close(fd);
-    return bytes;
-}
-
 }  // namespace
 
 bool acceptsContentType(const icu::UnicodeString& contentType) {
@@ -126,7 +82,6 @@ Result extractText(ByteView fileBytes) {
 
 Result extractText(const std::string& path) {
     try {
-        if (auto bytes = readSmallFile(path)) return extractText(*bytes);
         auto file = MappedFile::open(path);
         if (auto* reason = std::get_if<std::string>(&file))
             return Result{Outcome::Unreadable, {}, "cannot open: " + *reason};
