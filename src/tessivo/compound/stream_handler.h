@@ -5,8 +5,8 @@
 //   std::uint64_t n = handler->read(buf, sizeof buf);
 //
 // A handler borrows its reader and the reader's directory entry, which must
-// outlive it. The declared size only
-// selects small or big sectors: a stream read to its end yields whole sectors.
+// outlive it. The declared size only selects small or big sectors: a stream
+// read to its end yields whole sectors.
 #pragma once
 
 #include <cstdint>
