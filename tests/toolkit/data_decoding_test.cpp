@@ -155,5 +155,12 @@ TEST(StringFromDataTest, Utf16Termination) {
     EXPECT_FALSE(StringWangers::utf16CStringIsTerminated(bytesOf({'a', 0, 0})));  // zero pair straddles a unit
 }
 
+TEST(LocalizedStringTest, MessagesTableAndUnknownKeys) {
+    EXPECT_FALSE(StringWangers::localizedStringFor(u"VoiceNote", u"messages").isEmpty());
+    EXPECT_NE(StringWangers::localizedStringFor(u"unnamedName", u"messages"), u"unnamedName");
+    EXPECT_EQ(StringWangers::localizedStringFor(u"noSuchKey", u"messages"), u"noSuchKey");
+    EXPECT_EQ(StringWangers::localizedStringFor(u"VoiceNote", u"other"), u"VoiceNote");
+}
+
 }  // namespace
 }  // namespace tessivo

@@ -159,6 +159,12 @@ TEST(FreeDateTest, FormatDataAsDate) {
     EXPECT_FALSE(formatDataAsDate(Bytes(shortStamp.begin(), shortStamp.end())));
 }
 
+TEST(FreeDateTest, ConvertDateToStringWithFormat) {
+    EXPECT_EQ(convertDateToStringWithFormat(Date{kJan1st2024At10}, u"dd MMM  yyyy 'at' HH:mm"), u"01 Jan  2024 at 10:00");
+    EXPECT_EQ(convertDateToStringWithFormat(Date{kJan1st2024At10}, u"E, d MMM yyyy HH:mm:ss Z"),
+              u"Mon, 1 Jan 2024 10:00:00 +0000");
+}
+
 TEST(CLibraryTimeTest, FormatsAndParses) {
     EXPECT_EQ(string_from_time(86400, "%Y-%m-%d %H:%M:%S"), "1970-01-02 00:00:00");
     EXPECT_EQ(string_from_time(0, nullptr), "");

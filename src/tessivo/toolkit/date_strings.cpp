@@ -51,6 +51,12 @@ std::optional<Date> convertStringToDate(const std::optional<icu::UnicodeString>&
     return parseWithFirstPattern(kFreeDatePatterns, *text);
 }
 
+std::optional<icu::UnicodeString> convertDateToStringWithFormat(Date date, const icu::UnicodeString& pattern) {
+    const std::optional<DateFormatter> formatter = DateFormatter::withPattern(pattern);
+    if (!formatter) return std::nullopt;
+    return formatter->format(date);
+}
+
 std::optional<icu::UnicodeString> create24HourStringFrom12HourString(const icu::UnicodeString& text) {
     const icu::UnicodeString upper = toUpper(text);
     const bool pm = upper.indexOf(u"PM") >= 0;

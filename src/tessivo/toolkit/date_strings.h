@@ -1,9 +1,10 @@
 // Dates and clock times in free-form strings and byte fields.
 //
 //   std::optional<tessivo::Date> d = tessivo::convertStringToDate(u"2024-01-31");
+//   auto shown = tessivo::convertDateToStringWithFormat(*d, u"dd MMM  yyyy 'at' HH:mm");
 //   auto h24 = tessivo::create24HourStringFrom12HourString(u"12:30 am");   // u"00:30"
 //   auto h12 = tessivo::create12HourStringFrom24HourString(u"13:05");      // u"1:05PM"
-//   auto shown = tessivo::formatDataAsDate(fieldBytes);                    // medium date, short time
+//   auto stamp = tessivo::formatDataAsDate(fieldBytes);                    // medium date, short time
 //
 // nullopt means no date or no valid time. Reentrant.
 #pragma once
@@ -27,6 +28,10 @@ inline constexpr std::array<const char16_t*, 11> kFreeDatePatterns = {
 
 // The first pattern that takes the whole text, in the process time zone.
 std::optional<Date> convertStringToDate(const std::optional<icu::UnicodeString>& text);
+
+// The date written with a Unicode date pattern, locale en_US_POSIX, in the
+// process time zone; nullopt for an invalid pattern.
+std::optional<icu::UnicodeString> convertDateToStringWithFormat(Date date, const icu::UnicodeString& pattern);
 
 // "h:mm AM/PM" (any case, any spacing) to "HH:mm"; minute 60 is accepted.
 std::optional<icu::UnicodeString> create24HourStringFrom12HourString(const icu::UnicodeString& text);

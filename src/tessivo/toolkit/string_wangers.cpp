@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <unordered_set>
+#include <utility>
 
 #include "tessivo/foundation/log.h"
 
@@ -86,6 +87,20 @@ bool StringWangers::utf16CStringIsTerminated(ByteView bytes) {
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
         if (bytes[i] == 0 && bytes[i + 1] == 0) return true;
     return false;
+}
+
+icu::UnicodeString StringWangers::localizedStringFor(const icu::UnicodeString& key, const icu::UnicodeString& table) {
+    // The English "messages" table; other languages would add tables here.
+    static constexpr std::pair<const char16_t*, const char16_t*> kMessages[] = {
+        {u"VoiceNote", u"Voice note: the message holds a recorded voice message."},
+        {u"unnamedName", u"Unnamed attachment"},
+    };
+    if (table == u"messages") {
+        for (const auto& [k, text] : kMessages) {
+            if (key == k) return text;
+        }
+    }
+    return key;
 }
 
 }  // namespace tessivo

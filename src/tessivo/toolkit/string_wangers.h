@@ -62,6 +62,10 @@ public:
     // trailing byte has no partner inside the view and is not examined.
     static bool utf16CStringIsTerminated(ByteView bytes);
 
+    // The text for key in a string table ("messages": "VoiceNote",
+    // "unnamedName"); the key itself when the table or key is unknown.
+    static icu::UnicodeString localizedStringFor(const icu::UnicodeString& key, const icu::UnicodeString& table);
+
     // A hook that returns its argument unchanged.
     static icu::UnicodeString fixUnicode(const icu::UnicodeString& text) { return text; }
 };
