@@ -93,7 +93,7 @@ icu::UnicodeString StringWangers::localizedStringFor(const icu::UnicodeString& k
     // The English "messages" table; other languages would add tables here.
     static constexpr std::pair<const char16_t*, const char16_t*> kMessages[] = {
         {u"VoiceNote", u"Voice note: the message holds a recorded voice message."},
-        {u"unnamedName", u"Unnamed attachment"},
+        {u"unnamedName", u"Untitled Attachment"},
     };
     if (table == u"messages") {
         for (const auto& [k, text] : kMessages) {
