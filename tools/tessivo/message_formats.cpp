@@ -18,7 +18,7 @@ bool isTnef(ByteView data) { return startsWith(data, kTnefSignature); }
 bool anyBytes(ByteView) { return true; }
 
 const MessageFormat kFormats[] = {
-    {"msg", isCompound, nullptr},
+    {"msg", isCompound, &kMsgReader},
     {"tnef", isTnef, nullptr},
     {"mime", anyBytes, nullptr},
 };

@@ -66,4 +66,7 @@ const MessageFormat& detectFormat(ByteView data);
 // Why a file of a format without a reader is refused.
 std::string notReadReason(const MessageFormat& format);
 
+// The readers of the formats this build reads, one file each (msg_format.cpp, ...).
+extern const MessageReader kMsgReader;
+
 }  // namespace tessivo::cli
