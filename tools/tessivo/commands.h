@@ -20,4 +20,8 @@ void addCatCommand(CLI::App& app, int& status);
 
 void addTextCommand(CLI::App& app, int& status);
 
+void addDumpCommand(CLI::App& app, int& status);
+void addSummaryCommand(CLI::App& app, int& status);
+void addAttachmentsCommand(CLI::App& app, int& status);
+
 }  // namespace tessivo::cli

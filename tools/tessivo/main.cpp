@@ -17,6 +17,9 @@ int main(int argc, char** argv) {
     addRecollSetupCommand(app, status);
     addDecodeCommand(app, status);
     addTextCommand(app, status);
+    addDumpCommand(app, status);
+    addSummaryCommand(app, status);
+    addAttachmentsCommand(app, status);
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,55 @@
+// The transport header (0x007D): its text is kept whole, and the address
+// lists, date and subject are taken from its lines.
+#include "tessivo/foundation/text.h"
+#include "tessivo/mime/email_addresses.h"
+#include "tessivo/mime/mime_strings.h"
+#include "tessivo/msg/property_tags.h"
+#include "tessivo/msg/read_msg.h"
+
+namespace tessivo {
+
+namespace {
+
+// Stores one finished header line under its key, when it is one of those kept.
+void storeHeader(Dictionary& header, const icu::UnicodeString& name, const icu::UnicodeString& value) {
+    const icu::UnicodeString upper = toUpper(name);
+    if (upper == u"FROM" || upper == u"TO" || upper == u"CC" || upper == u"BCC")
+        header.set(upper, Value(processEmailAddresses(value)));
+    else if (name == u"Date")
+        header.set(u"Date", Value(value));
+    else if (name == u"Subject")
+        header.set(u"Subject", Value(WindowsCodePageWangersNSStringAdditions::decodeMimeHeader(value)));
+}
+
+}  // namespace
+
+Dictionary ReadMSG::buildHeaderForMessage(const Dictionary& rawMessageEntries) {
+    fullHeader_ = decodeElement(msg::kTransportHeaders, msg::kTypeUnicode, &rawMessageEntries);
+    Dictionary header;
+    icu::UnicodeString name;
+    icu::UnicodeString value;
+    const std::int32_t length = fullHeader_.length();
+    for (std::int32_t start = 0; start <= length;) {
+        std::int32_t end = fullHeader_.indexOf(u'\n', start);
+        if (end < 0) end = length;
+        const icu::UnicodeString line(fullHeader_, start, end - start);
+        start = end + 1;
+        // A line that begins with a space (or is empty) has no first word and is skipped.
+        std::int32_t space = line.indexOf(u' ');
+        if (space < 0) space = line.length();
+        if (space == 0) continue;
+        const icu::UnicodeString firstWord = trim(icu::UnicodeString(line, 0, space), whitespaceAndNewlineSet());
+        if (!firstWord.endsWith(u":")) {
+            value.append(u'\n').append(line);
+            continue;
+        }
+        if (!name.isEmpty() && !value.isEmpty()) storeHeader(header, name, value);
+        const std::int32_t colon = line.indexOf(u':');
+        name = icu::UnicodeString(line, 0, colon);
+        value = trim(icu::UnicodeString(line, colon + 1), whitespaceAndNewlineSet());
+    }
+    // The header still pending here, the last of the text, is deliberately not stored.
+    return header;
+}
+
+}  // namespace tessivo

@@ -1,0 +1,205 @@
+// `tessivo dump`, `summary` and `attachments` as a user runs them: JSON lines
+// on stdout, reasons on stderr, exit statuses, and attachment files on disk.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "hosts/run_command.h"
+#include "support/corpus.h"
+#include "support/msg_writer.h"
+#include "tessivo/mime/base64.h"
+
+namespace tessivo {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::ordered_json;
+
+Bytes ascii(std::string_view text) { return Bytes(text.begin(), text.end()); }
+
+class MessageCommandsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = testing::freshScratchDir("message-commands-test");
+        testing::MsgWriter m;
+        m.string8(0x001A, "IPM.Note");
+        m.unicode(0x0037, "Quarterly report");
+        m.unicode(0x1000, "See attached.");
+        m.addRecipient().unicode(0x3001, "Doe, Jane").unicode(0x3003, "jane@example.com");
+        m.addAttachment().unicode(0x3707, "report.pdf").unicode(0x370E, "application/pdf").binary(0x3701, payload());
+        m.addAttachment().unicode(0x3001, "Forwarded").embeddedMessage().unicode(0x0037, "Inner");
+        ASSERT_TRUE(testing::writeFile(p("mail.msg"), m.build()));
+        ASSERT_TRUE(testing::writeFile(p("notes.txt"), ascii("From: a@example.com\r\n\r\nhi")));
+        ASSERT_TRUE(testing::writeFile(p("empty.msg"), Bytes{}));
+        ASSERT_TRUE(testing::writeFile(p("broken.msg"), Bytes{0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1}));
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    // 5000 bytes: the stream holds ten 512-byte sectors, 5120 bytes.
+    static Bytes payload() { return testing::pattern(5000, 3); }
+
+    std::string p(const std::string& name) const { return (dir_ / name).string(); }
+    // Runs tessivo with args; stderr goes to a file read into err.
+    testing::CommandResult run(const std::string& args, std::vector<std::string>* err = nullptr) {
+        const fs::path errFile = dir_ / "stderr.txt";
+        auto result = testing::runCommand(std::string(TESSIVO_COMMAND) + " " + args + " 2>" +
+                                          testing::shellQuote(errFile.string()));
+        if (err) {
+            err->clear();
+            std::istringstream lines(std::string(reinterpret_cast<const char*>(testing::readFile(errFile).data()),
+                                                 testing::readFile(errFile).size()));
+            for (std::string line; std::getline(lines, line);) err->push_back(line);
+        }
+        return result;
+    }
+    static std::vector<ordered_json> jsonLines(const std::string& out) {
+        std::vector<ordered_json> lines;
+        std::istringstream in(out);
+        for (std::string line; std::getline(in, line);) lines.push_back(ordered_json::parse(line));
+        return lines;
+    }
+
+    fs::path dir_;
+};
+
+TEST_F(MessageCommandsTest, DumpWritesOneJsonLinePerFile) {
+    std::vector<std::string> err;
+    const auto result = run("dump " + testing::shellQuote(p("mail.msg")), &err);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(err.empty());
+    const auto lines = jsonLines(result.out);
+    ASSERT_EQ(lines.size(), 1u);
+    const ordered_json& line = lines[0];
+    std::vector<std::string> keys;
+    for (auto it = line.begin(); it != line.end(); ++it) keys.push_back(it.key());
+    EXPECT_EQ(keys, (std::vector<std::string>{"path", "format", "ok", "dictionary"}));
+    EXPECT_EQ(line["format"], "msg");
+    const ordered_json& d = line["dictionary"];
+    EXPECT_EQ(d["Subject"], "Quarterly report");
+    EXPECT_EQ(d["To"], ordered_json::parse(R"([{"Name":"Doe, Jane","Address":"jane@example.com"}])"));
+    EXPECT_EQ(d["AttachmentList"][0]["data"], ordered_json::parse(R"({"bytes":5120})"));
+    EXPECT_EQ(d["AttachmentList"][0]["size"], 5120);
+    EXPECT_FALSE(d["AttachmentList"][1].contains("data"));
+    EXPECT_EQ(d["AttachmentList"][1]["name"], "Forwarded");
+}
+
+TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
+    const auto lines = jsonLines(run("dump --data " + testing::shellQuote(p("mail.msg"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    const std::string base64 = lines[0]["dictionary"]["AttachmentList"][0]["data"]["base64"];
+    Bytes decoded = NewBase64Decode(base64.data(), base64.size());
+    ASSERT_EQ(decoded.size(), 5120u);
+    decoded.resize(5000);
+    EXPECT_EQ(decoded, payload());
+}
+
+TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
+    std::vector<std::string> err;
+    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("notes.txt")) + " " +
+                              testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("broken.msg")) + " " +
+                              testing::shellQuote(p("mail.msg"));
+    for (const char* command : {"dump", "summary"}) {
+        const auto result = run(std::string(command) + " " + files, &err);
+        EXPECT_EQ(result.status, 1) << command;
+        const auto lines = jsonLines(result.out);
+        ASSERT_EQ(lines.size(), 5u) << command;
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(lines[i]["ok"], false) << command << i;
+            EXPECT_EQ(lines[i].size(), 3u) << command << i;
+        }
+        EXPECT_EQ(lines[0]["error"], "empty file: not a message");
+        EXPECT_EQ(lines[1]["error"], "not a message this build reads (mime)");
+        EXPECT_EQ(lines[3]["error"], "too short for a compound document (fewer than 512 bytes)");
+        EXPECT_EQ(lines[4]["ok"], true);
+        ASSERT_EQ(err.size(), 4u) << command;
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(err[i].rfind("tessivo: " + lines[i]["path"].get<std::string>() + ": ", 0), 0u);
+    }
+}
+
+TEST_F(MessageCommandsTest, SummaryHasFiveKeys) {
+    const auto lines = jsonLines(run("summary " + testing::shellQuote(p("mail.msg"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["summary"],
+              ordered_json::parse(R"({"Subject":"Quarterly report","Body":"See attached.","From":"","Date":"-","MIMEDate":"-"})"));
+}
+
+TEST_F(MessageCommandsTest, AttachmentsAreListedAndSavedWithExactBytes) {
+    const auto listed = jsonLines(run("attachments --list " + testing::shellQuote(p("mail.msg"))).out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["attachments"],
+              ordered_json::parse(R"([{"name":"report.pdf","size":5000,"mimeType":"application/pdf"},)"
+                                  R"({"name":"Forwarded","size":null,"mimeType":null}])"));
+
+    const fs::path out = dir_ / "out";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " +
+                           testing::shellQuote(p("mail.msg")) + " " + testing::shellQuote(p("mail.msg")));
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out, (out / "report.pdf").string() + "\n" + (out / "report-2.pdf").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "report.pdf"), payload());
+    EXPECT_EQ(testing::readFile(out / "report-2.pdf"), payload());
+}
+
+TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
+    std::string nulAndNewline("a");
+    nulAndNewline += '\0';
+    nulAndNewline += "b\nc.txt";
+    const std::vector<std::string> names = {"../../x", "/etc/x", "a\\..\\b", "CON", "", std::string(300, 'n') + ".txt",
+                                            nulAndNewline, "same.txt", "same.txt", ".hidden"};
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        auto& a = m.addAttachment();
+        a.stream(testing::substgName(0x3707, 0x001F), testing::utf16le(names[i]));
+        a.binary(0x3701, Bytes(10 + i, static_cast<std::uint8_t>(i)));
+    }
+    ASSERT_TRUE(testing::writeFile(p("hostile.msg"), m.build()));
+    const fs::path out = dir_ / "deep" / "out";
+    fs::create_directories(out);
+    ASSERT_TRUE(testing::writeFile(out / "same.txt", ascii("keep me")));
+    fs::create_symlink(dir_ / "victim.txt", out / "_etc_x");
+
+    const auto result = run("attachments --out " + testing::shellQuote(out.string()) + " " +
+                            testing::shellQuote(p("hostile.msg")));
+    EXPECT_EQ(result.status, 0);
+    std::vector<std::string> printed;
+    std::istringstream lines(result.out);
+    for (std::string line; std::getline(lines, line);) printed.push_back(line);
+    ASSERT_EQ(printed.size(), names.size());
+
+    std::set<fs::path> files;
+    for (std::size_t i = 0; i < printed.size(); ++i) {
+        const fs::path path(printed[i]);
+        EXPECT_EQ(path.parent_path(), out) << printed[i];
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path))) << printed[i];
+        EXPECT_LE(path.filename().string().size(), 255u);
+        EXPECT_EQ(testing::readFile(path), Bytes(10 + i, static_cast<std::uint8_t>(i))) << printed[i];
+        files.insert(path);
+    }
+    EXPECT_EQ(files.size(), names.size());
+    EXPECT_EQ(testing::readFile(out / "same.txt"), ascii("keep me"));
+    EXPECT_FALSE(fs::exists(dir_ / "victim.txt"));
+    EXPECT_EQ(fs::path(printed[5]).extension(), ".txt");
+    // Nothing appeared anywhere else.
+    const std::set<std::string> fixtures = {"mail.msg", "notes.txt", "empty.msg", "broken.msg", "hostile.msg", "stderr.txt"};
+    for (const auto& entry : fs::recursive_directory_iterator(dir_)) {
+        if (entry.is_directory() || entry.path().parent_path() == out) continue;
+        EXPECT_TRUE(fixtures.count(entry.path().filename().string())) << entry.path();
+    }
+}
+
+TEST_F(MessageCommandsTest, HelpAndUsage) {
+    for (const char* command : {"dump", "summary", "attachments"}) {
+        const auto help = run(std::string(command) + " --help");
+        EXPECT_EQ(help.status, 0) << command;
+        EXPECT_NE(help.out.find("Exit status"), std::string::npos) << command;
+        EXPECT_EQ(run(command).status, 2) << command;
+    }
+    EXPECT_EQ(run("attachments --list --out x " + testing::shellQuote(p("mail.msg"))).status, 2);
+}
+
+}  // namespace
+}  // namespace tessivo
