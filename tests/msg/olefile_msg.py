@@ -42,7 +42,7 @@ import tempfile
 import urllib.parse
 
 SKIP = 77
-UNNAMED = "Unnamed attachment"
+UNNAMED = "Untitled Attachment"
 CLASSES = [("IPM.StickyNote", "Sticky"), ("IPM.Note.EnterpriseVault.Shortcut", "Vault"), ("IPM.Contact", "Contact"),
            ("IPM.Appointment", "Calendar"), ("IPM.Note", "Email")]
 # An addr-spec with a dotted domain (what tessivo's address check accepts, for the corpus).
