@@ -7,6 +7,7 @@
 #include "fuzz_helpers.h"
 #include "tessivo/foundation/date_detector.h"
 #include "tessivo/msg/calendar_inference.h"
+#include "tessivo/msg/read_msg.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tessivo;
@@ -27,7 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     item.set(u"Start Time", base);
     item.set(u"Subject", text);
     item.set(u"Recurrence Desc", text.length() % 2 ? text : icu::UnicodeString());
-    enrichCalendarData(item, text);
+    ReadMSG reader;
+    reader.setSourceFilename(text);
+    reader.enrichCalendarData(item);
     require(item.contains(u"Start Time") && item.contains(u"Subject") && item.contains(u"Recurrence Desc"));
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "tessivo/foundation/calendar.h"
 #include "tessivo/foundation/date_format.h"
 #include "tessivo/msg/calendar_inference.h"
+#include "tessivo/msg/read_msg.h"
 
 namespace tessivo {
 namespace {
@@ -29,6 +30,13 @@ Dictionary item(std::optional<Date> start, const char16_t* subject, const char16
     if (subject) d.set(u"Subject", subject);
     if (recurrence) d.set(u"Recurrence Desc", recurrence);
     return d;
+}
+
+// The refinement a reader whose file has this name makes.
+void enrich(Dictionary& item, const char16_t* sourceFilename) {
+    ReadMSG reader;
+    reader.setSourceFilename(icu::UnicodeString(sourceFilename));
+    reader.enrichCalendarData(item);
 }
 
 struct Enrichment {
@@ -69,7 +77,7 @@ TEST(CalendarInferenceTest, EnrichesItemsFromTheirTexts) {
     for (const Enrichment& c : cases) {
         SCOPED_TRACE(c.name);
         Dictionary d = c.before;
-        enrichCalendarData(d, c.sourceFilename);
+        enrich(d, c.sourceFilename);
         EXPECT_EQ(utcText(d.get(u"Start Time")), c.start);
         EXPECT_EQ(utcText(d.get(u"End Time")), c.end);
         const Value* duration = d.get(u"Duration");
@@ -82,7 +90,7 @@ TEST(CalendarInferenceTest, FillsStartAndOrganizerOnlyWhenMissing) {
     Dictionary d = item(std::nullopt, nullptr);
     d.set(u"DateObject", at(0, 0));
     d.set(u"From", u"ann@example.com");
-    enrichCalendarData(d, u"slot 9-11.msg");
+    enrich(d, u"slot 9-11.msg");
     EXPECT_EQ(utcText(d.get(u"Start Time")), "2024-03-05 09:00");
     EXPECT_EQ(*d.get(u"Organizer"), Value(u"ann@example.com"));
 
@@ -90,7 +98,7 @@ TEST(CalendarInferenceTest, FillsStartAndOrganizerOnlyWhenMissing) {
     kept.set(u"DateObject", at(0, 0));
     kept.set(u"Organizer", u"bob@example.com");
     kept.set(u"From", u"ann@example.com");
-    enrichCalendarData(kept, u"");
+    enrich(kept, u"");
     EXPECT_EQ(utcText(kept.get(u"Start Time")), "2024-03-05 08:00");
     EXPECT_EQ(*kept.get(u"Organizer"), Value(u"bob@example.com"));
 }
@@ -99,7 +107,7 @@ TEST(CalendarInferenceTest, TextsThatAreNotStringsAreSkipped) {
     // A missing location or recurrence text holds the HTML body's bytes.
     Dictionary d = item(at(0, 0), u"Review 3pm-4:30pm");
     d.set(u"Recurrence Desc", Bytes{'<', 'p', '>'});
-    enrichCalendarData(d, u"");
+    enrich(d, u"");
     EXPECT_EQ(utcText(d.get(u"Start Time")), "2024-03-05 15:00");
 }
 
@@ -186,9 +194,9 @@ TEST(CalendarInferenceTest, TimesAreBuiltInTheHostZone) {
     icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("America/New_York"));
     const Date newYorkMidnight{kDay + 5 * 3600};
     Dictionary d = item(newYorkMidnight, u"Review 3pm-4:30pm");
-    enrichCalendarData(d, u"");
+    enrich(d, u"");
     Dictionary utcMidnight = item(at(0, 0), u"Review 3pm-4:30pm");  // 19:00 the day before in New York
-    enrichCalendarData(utcMidnight, u"");
+    enrich(utcMidnight, u"");
     icu::TimeZone::adoptDefault(saved);
     EXPECT_EQ(utcText(d.get(u"Start Time")), "2024-03-05 20:00");
     EXPECT_EQ(utcText(utcMidnight.get(u"Start Time")), "2024-03-05 00:00");

@@ -8,6 +8,7 @@
 #include "tessivo/foundation/date_detector.h"
 #include "tessivo/foundation/regex.h"
 #include "tessivo/foundation/text.h"
+#include "tessivo/msg/read_msg.h"
 #include "tessivo/toolkit/date_strings.h"
 
 namespace tessivo {
@@ -187,7 +188,8 @@ std::optional<CalendarTimes> inferTimeFromKeywords(const OptionalText& text, std
     return std::nullopt;
 }
 
-void enrichCalendarData(Dictionary& calendar, const icu::UnicodeString& sourceFilename) {
+void ReadMSG::enrichCalendarData(Dictionary& calendar) const {
+    const icu::UnicodeString sourceFilename = sourceFilename_.value_or(icu::UnicodeString());
     const auto missing = [&](const char16_t* key) {
         const Value* v = calendar.get(key);
         return !v || v->isNull();
@@ -222,6 +224,15 @@ void enrichCalendarData(Dictionary& calendar, const icu::UnicodeString& sourceFi
     calendar.set(u"Start Time", found->startTime);
     if (found->endTime) calendar.set(u"End Time", *found->endTime);
     if (found->duration) calendar.set(u"Duration", *found->duration);
+}
+
+void ReadMSG::reEnrichCalendarDataIfNeeded() {
+    const Value* type = mailContent_.get(u"MessageType");
+    if (!type || !type->string() || *type->string() != u"Calendar" || !sourceFilename_ || sourceFilename_->isEmpty())
+        return;
+    Dictionary refined = mailContent_;
+    enrichCalendarData(refined);
+    mailContent_ = std::move(refined);
 }
 
 }  // namespace tessivo

@@ -3,12 +3,10 @@
 // of the file they came from, and the subject (a time range in it, else a
 // meal word such as "lunch").
 //
-//   tessivo::Dictionary item;                       // a "Calendar" message dictionary
-//   item.set(u"Start Time", tessivo::Date{1709596800});   // 2024-03-05 00:00 in a host on UTC
-//   item.set(u"Subject", u"Review 3pm-4:30pm");
-//   tessivo::enrichCalendarData(item, u"");          // "Start Time" 15:00, "End Time" 16:30, "Duration" 90
-//
 //   auto t = tessivo::parseTimeFromFilename(u"meeting 0930-1045.msg", day);   // 09:30 to 10:45, 75
+//   auto s = tessivo::parseTimeFromSubject(u"Review 3pm-4:30pm", day);        // 15:00 to 16:30, 90
+//
+// ReadMSG::enrichCalendarData applies them to a calendar item's dictionary.
 //
 // Times are built on the day of a base date in the host's calendar and zone
 // (hour and minute set, seconds 0); a missing base date means now. Durations
@@ -34,14 +32,6 @@ struct CalendarTimes {
 };
 
 using OptionalText = std::optional<icu::UnicodeString>;
-
-// Refines a calendar item in place. Sets "Start Time" from "DateObject" and
-// "Organizer" from "From" when they are missing; then, unless "Start Time"
-// already has a time of day, takes the first answer of: the recurrence parser
-// on "Recurrence Desc", the file-name parser on sourceFilename, the subject
-// parser on "Subject" (then its meal words), and copies it into "Start Time",
-// "End Time" and "Duration". Keys are only ever set, never removed.
-void enrichCalendarData(Dictionary& calendar, const icu::UnicodeString& sourceFilename);
 
 // The first date the text mentions (see date_detector.h), else the text's own
 // date conversion (convertStringToDate); nullopt when neither finds one.
