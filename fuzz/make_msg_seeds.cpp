@@ -4,9 +4,9 @@
 //
 //   make_msg_seeds build/fuzz-seeds/msg
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 
+#include "support/corpus.h"
 #include "support/msg_writer.h"
 
 namespace {
@@ -14,11 +14,6 @@ namespace {
 using tessivo::Bytes;
 using tessivo::testing::fileTimeFromUnix;
 using tessivo::testing::MsgWriter;
-
-void save(const std::filesystem::path& dir, const std::string& name, const Bytes& bytes) {
-    std::ofstream out(dir / name, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 Bytes email() {
     MsgWriter m;
@@ -68,8 +63,9 @@ int main(int argc, char** argv) {
     }
     const std::filesystem::path dir(argv[1]);
     std::filesystem::create_directories(dir);
-    save(dir, "email.msg", email());
-    save(dir, "contact.msg", contact());
-    save(dir, "appointment.msg", appointment());
-    return 0;
+    const bool written = tessivo::testing::writeFile(dir / "email.msg", email()) &&
+                         tessivo::testing::writeFile(dir / "contact.msg", contact()) &&
+                         tessivo::testing::writeFile(dir / "appointment.msg", appointment());
+    if (!written) std::cerr << "make_msg_seeds: cannot write into " << dir << "\n";
+    return written ? 0 : 1;
 }
