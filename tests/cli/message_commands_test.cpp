@@ -87,6 +87,37 @@ TEST_F(MessageCommandsTest, DumpWritesOneJsonLinePerFile) {
     EXPECT_EQ(d["AttachmentList"][1]["name"], "Forwarded");
 }
 
+TEST_F(MessageCommandsTest, DumpShowsContactAndAppointmentFields) {
+    testing::MsgWriter contact;
+    contact.string8(0x001A, "IPM.Contact");
+    contact.string8(0x3A06, "Jane");
+    contact.unicode(contact.named(0x8083), "jane@example.com");
+    ASSERT_TRUE(testing::writeFile(p("contact.msg"), contact.build()));
+    testing::MsgWriter lunch;
+    lunch.string8(0x001A, "IPM.Appointment");
+    lunch.unicode(0x0037, "Lunch 25:00-26:00");
+    lunch.property(lunch.named(0x820E), 0x0040, testing::fileTimeFromUnix(1709596800));  // 2024-03-05 00:00 UTC
+    lunch.property(lunch.named(0x8215), 0x000B, 1);
+    lunch.string8(lunch.named(0x8208), "Canteen");
+    ASSERT_TRUE(testing::writeFile(p("lunch.msg"), lunch.build()));
+
+    const auto lines = jsonLines(run("dump " + testing::shellQuote(p("contact.msg")) + " " +
+                                     testing::shellQuote(p("lunch.msg"))).out);
+    ASSERT_EQ(lines.size(), 2u);
+    const ordered_json& c = lines[0]["dictionary"];
+    EXPECT_EQ(c["MessageType"], "Contact");
+    EXPECT_EQ(c["Given Name"], "Jane");
+    EXPECT_EQ(c["Contact Email 1"], "jane@example.com");
+    // Dates as ISO 8601 text in UTC.
+    const ordered_json& a = lines[1]["dictionary"];
+    EXPECT_EQ(a["MessageType"], "Calendar");
+    EXPECT_EQ(a["Start Time"], "2024-03-05T12:00:00Z");
+    EXPECT_EQ(a["End Time"], "2024-03-05T14:00:00Z");
+    EXPECT_EQ(a["Duration"], 120);
+    EXPECT_EQ(a["All Day Flag"], 1);
+    EXPECT_EQ(a["Location"], "Canteen");
+}
+
 TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
     const auto lines = jsonLines(run("dump --data " + testing::shellQuote(p("mail.msg"))).out);
     ASSERT_EQ(lines.size(), 1u);

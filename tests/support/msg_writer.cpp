@@ -10,6 +10,10 @@ constexpr std::uint32_t kTypeInt32 = 0x0003;
 constexpr std::uint32_t kTypeString8 = 0x001E;
 constexpr std::uint32_t kTypeUnicode = 0x001F;
 constexpr std::uint32_t kTypeBinary = 0x0102;
+// The entry stream of the named-property map, and the GUID index of the
+// first property set of the GUID stream (0 to 2 are the predefined sets).
+constexpr std::uint32_t kNameIdEntries = 0x0003;
+constexpr std::uint16_t kFirstGuidIndex = 3;
 
 void appendLE(Bytes& out, std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) out.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
@@ -102,6 +106,13 @@ MsgStorage& MsgStorage::nameIdStream(std::uint32_t id, Bytes data) {
     return *this;
 }
 
+std::uint32_t MsgStorage::named(std::uint32_t numericName) {
+    std::size_t position = 0;
+    while (position < numericNames_.size() && numericNames_[position] != numericName) ++position;
+    if (position == numericNames_.size()) numericNames_.push_back(numericName);
+    return 0x8000 + static_cast<std::uint32_t>(position);
+}
+
 std::size_t MsgStorage::headerBytes() const {
     switch (kind_) {
     case Kind::Message: return 32;
@@ -131,8 +142,19 @@ void MsgStorage::writeTo(CfbWriter& writer, const std::string& path) const {
     for (std::size_t i = 0; i < attachments_.size(); ++i)
         attachments_[i]->writeTo(writer, prefix + numbered("__attach_version1.0_#", i));
     if (embedded_) embedded_->writeTo(writer, prefix + substgName(0x3701, 0x000D));
-    if (!nameIds_.empty()) writer.addStorage(prefix + "__nameid_version1.0");
-    for (const auto& [id, data] : nameIds_) writer.addStream(prefix + "__nameid_version1.0/" + substgName(id, kTypeBinary), data);
+    std::vector<std::pair<std::uint32_t, Bytes>> nameIds = nameIds_;
+    if (!numericNames_.empty()) {
+        Bytes entries;
+        for (std::size_t i = 0; i <= numericNames_.size(); ++i) {
+            // Numeric names of the first property set; the last entry is the filler.
+            const std::uint32_t name = i < numericNames_.size() ? numericNames_[i] : 0;
+            const Bytes entry = nameEntry(name, kFirstGuidIndex << 1, static_cast<std::uint16_t>(i));
+            entries.insert(entries.end(), entry.begin(), entry.end());
+        }
+        nameIds.emplace_back(kNameIdEntries, std::move(entries));
+    }
+    if (!nameIds.empty()) writer.addStorage(prefix + "__nameid_version1.0");
+    for (const auto& [id, data] : nameIds) writer.addStream(prefix + "__nameid_version1.0/" + substgName(id, kTypeBinary), data);
 }
 
 Bytes MsgWriter::build(CfbWriter::Options options) const {

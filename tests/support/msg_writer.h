@@ -14,6 +14,7 @@
 //   a.unicode(0x3707, "a.pdf");
 //   a.binary(0x3701, bytes);
 //   auto& inner = m.addAttachment().embeddedMessage();   // method 5 and a 3701000D storage
+//   m.unicode(m.named(0x8083), "ann@example.com");  // a named property, in the named-property map
 //   tessivo::Bytes file = m.build();
 //
 // Streams are written as given; stream() adds one under any name (a damaged
@@ -66,6 +67,11 @@ public:
     MsgStorage& embeddedMessage();
     // Named-property map streams of the message (IDs 2, 3, 4 with type 0x0102).
     MsgStorage& nameIdStream(std::uint32_t id, Bytes data);
+    // The ID under which a numerically named property is stored: the map's
+    // entry stream (written by build) names it at the next position, and the
+    // ID is 0x8000 plus that position. A filler entry ends the stream, since
+    // the reader never maps an entry stream's last entry.
+    std::uint32_t named(std::uint32_t numericName);
 
     // Writes this storage's streams and storages below path ("" for the root).
     void writeTo(CfbWriter& writer, const std::string& path) const;
@@ -81,6 +87,7 @@ private:
     std::vector<std::unique_ptr<MsgStorage>> attachments_;
     std::unique_ptr<MsgStorage> embedded_;
     std::vector<std::pair<std::uint32_t, Bytes>> nameIds_;
+    std::vector<std::uint32_t> numericNames_;
 };
 
 class MsgWriter : public MsgStorage {

@@ -12,6 +12,9 @@
 //   "To"                       the recipients (array of {"Name", "Address"})
 //   "MessageType"              "Email", "Sticky", "Vault", "Contact", "Calendar" or "VoiceNote";
 //                              absent when the message class is empty
+//   contact, appointment keys  the item's own fields (buildContactsForMessage,
+//                              buildAppointmentForMessage), and for a calendar
+//                              item "Organizer", "Duration" and inferred times
 //   "Subject"                  first line of property 0x0037
 //   "Body", "HTML"             plain and HTML bodies (strings)
 //   "RTF"                      the decompressed RTF body (bytes)
@@ -38,6 +41,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include <unicode/unistr.h>
@@ -170,11 +174,34 @@ public:
 
     // --- Contacts and appointments ---
 
-    // The fields of a contact and of an appointment, and the refinement of
-    // a calendar item's times. Not read yet: they answer nothing and change nothing.
+    // The non-empty fields of a contact ("Company Name", "Contact Email 1",
+    // ... "Work Street"), all strings, from direct properties and, for the
+    // e-mail addresses, named properties read as Unicode.
     static Dictionary buildContactsForMessage(const Dictionary& rawMessageEntries);
+    // A wanted named property: the key for its result and its numeric name.
+    struct AppointmentField {
+        const char16_t* identifier;
+        std::uint32_t value;
+    };
+    // Field name to stream ID (an unsigned number) for each field of table
+    // whose numeric name the named-property map has, in the table's order.
+    static Dictionary buildAppointmentDictionary(std::span<const AppointmentField> table,
+                                                 const Dictionary& rawMessageEntries);
+    // The fields of an appointment: times (Dates; an end time lands under
+    // "Start Time" and a start time under "End Time" while those are free),
+    // flags (0 or 1 from the first byte), integers (never: the look-up gives
+    // 8 bytes and 9 are asked for) and strings (8-bit, else the HTML body's
+    // bytes). Nothing without a named-property map.
     static Dictionary buildAppointmentForMessage(const Dictionary& rawMessageEntries);
+    // Refines a calendar item's times in place (see calendar_inference.h):
+    // "Start Time" from "DateObject" and "Organizer" from "From" when they are
+    // missing; then, unless "Start Time" has a time of day, start, end and
+    // duration from the first of "Recurrence Desc", sourceFilename and
+    // "Subject" (a range, else meal words) that gives any. Keys are only set.
     void enrichCalendarData(Dictionary& message) const;
+    // For a caller that sets sourceFilename after reading: refines the
+    // message dictionary of a "Calendar" message once more with the file name.
+    void reEnrichCalendarDataIfNeeded();
 
 private:
     explicit ReadMSG(Mole reader) : reader_(std::move(reader)) {}
