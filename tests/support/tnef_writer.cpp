@@ -36,6 +36,18 @@ Bytes cStringOf(std::string_view text) {
     return b;
 }
 
+Bytes le32(std::uint32_t value) {
+    Bytes b;
+    putU32(b, value);
+    return b;
+}
+
+Bytes cat(std::initializer_list<Bytes> parts) {
+    Bytes out;
+    for (const Bytes& p : parts) append(out, p);
+    return out;
+}
+
 void MapiBlock::value(std::uint32_t tag, ByteView v, bool single) {
     const auto type = static_cast<std::uint16_t>(tag & 0xFFFF);
     if (counted(type)) {

@@ -15,6 +15,7 @@
 #pragma once
 
 #include <array>
+#include <initializer_list>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -46,6 +47,10 @@ std::uint16_t tnefChecksum(ByteView data);
 Bytes bytesOf(std::string_view text);
 // text followed by a NUL byte.
 Bytes cStringOf(std::string_view text);
+// A 32-bit little-endian value.
+Bytes le32(std::uint32_t value);
+// The parts one after another.
+Bytes cat(std::initializer_list<Bytes> parts);
 
 // A MAPI property block: the count (of the properties added, unless set),
 // then each property as written. Values are padded to four bytes.

@@ -48,7 +48,6 @@ TnefWriter scanOnly() {
     return w;
 }
 
-Bytes le32(std::uint32_t v) { return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)}; }
 
 // A property the raw scan reads as a file time: the scan takes its length
 // from the third word after the tag and the value from the fourth.

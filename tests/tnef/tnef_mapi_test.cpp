@@ -26,12 +26,6 @@ std::unique_ptr<Filled> fill(Bytes block) {
 }
 std::unique_ptr<Filled> fill(const MapiBlock& block) { return fill(block.build()); }
 
-Bytes le32(std::uint32_t v) { return {std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16), std::uint8_t(v >> 24)}; }
-Bytes cat(std::initializer_list<Bytes> parts) {
-    Bytes out;
-    for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
 Bytes value(const MAPIProperty& p) { return Bytes(p.value().begin(), p.value().end()); }
 
 // A 16-byte binary property: lets a second property start with few bytes
