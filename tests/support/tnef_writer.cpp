@@ -93,7 +93,7 @@ MapiBlock& MapiBlock::systime(std::uint16_t id, std::uint64_t fileTime) {
 MapiBlock& MapiBlock::multi(std::uint32_t tag, const std::vector<Bytes>& values, std::optional<std::uint32_t> count) {
     putU32(body_, tag | 0x1000);
     putU32(body_, count.value_or(static_cast<std::uint32_t>(values.size())));
-    for (const Bytes& v : values) value(tag, v, false);
+    for (const Bytes& v : values) value(tag & ~0x1000u, v, false);
     ++added_;
     return *this;
 }
