@@ -11,6 +11,8 @@ packages=(
   recollcmd libkf5filemetadata-dev extra-cmake-modules qtbase5-dev shared-mime-info
   # an independent compound document reader for the listing conformance test
   python3-olefile
+  # an independent TNEF reader for the attachment conformance test
+  tnef
 )
 
 missing=()
