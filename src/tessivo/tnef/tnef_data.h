@@ -25,7 +25,6 @@
 #include <deque>
 #include <iterator>
 #include <memory>
-#include <ranges>
 #include <span>
 #include <vector>
 
@@ -104,7 +103,12 @@ struct LoadedTNEF {
     TNEFMemory memory;
 
     // The real attachments, without the starting one.
-    auto attachments() const { return std::ranges::subrange(std::next(chain.begin()), chain.end()); }
+    struct Attachments {
+        std::deque<TNEFAttachment>::const_iterator first, last;
+        auto begin() const { return first; }
+        auto end() const { return last; }
+    };
+    Attachments attachments() const { return {std::next(chain.begin()), chain.end()}; }
     TNEFAttachment& lastAttachment() { return chain.back(); }
 };
 
