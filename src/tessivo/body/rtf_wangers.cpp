@@ -7,6 +7,7 @@
 
 #include "tessivo/body/limits.h"
 #include "tessivo/foundation/byte_reader.h"
+#include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/log.h"
 
 namespace tessivo {
@@ -176,6 +177,12 @@ std::optional<Bytes> RTFWangers::initializeArrayWithEntryCount(std::size_t count
 
 icu::UnicodeString RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const icu::UnicodeString& rtf) {
     return rtf;
+}
+
+Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf) {
+    const auto text = decode(rtf, encodings::ISOLatin1);
+    if (!text) return rtf;
+    return encode(generateRTFColourTagsFromEmbeddedHTMLInRTF(*text), encodings::ISOLatin1).value_or(rtf);
 }
 
 }  // namespace tessivo

@@ -72,6 +72,9 @@ public:
 
     // Colour tags are not rebuilt: answers rtf unchanged.
     static icu::UnicodeString generateRTFColourTagsFromEmbeddedHTMLInRTF(const icu::UnicodeString& rtf);
+    // The same over decompressed RTF bytes, which travel as Latin-1
+    // characters (every byte comes back unchanged).
+    static Bytes generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf);
 };
 
 }  // namespace tessivo

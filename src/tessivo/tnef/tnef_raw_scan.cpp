@@ -52,15 +52,12 @@ std::optional<icu::UnicodeString> scanDate(ByteView value) {
     return convertDateToStringWithFormat(Date{static_cast<double>(seconds)}, u"dd MMM yyyy 'at' HH:mm");
 }
 
-// Decompressed RTF through the colour-tag generator, which works on text.
+// Decompressed RTF through the colour-tag generator.
 std::optional<Bytes> scanRTF(ByteView value) {
     if (!RTFWangers::typeIsRTF(value.data(), value.size())) return std::nullopt;
     const auto rtf = DataWangersNSDataAdditions::getRTFForData(value);
     if (!rtf || rtf->empty()) return std::nullopt;
-    Encoding encoding = encodings::UTF8;
-    auto text = decode(*rtf, encoding);
-    if (!text) text = decode(*rtf, encoding = encodings::ISOLatin1);
-    return encode(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*text), encoding);
+    return RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*rtf);
 }
 
 icu::UnicodeString attachmentTitle(ByteView value) {
