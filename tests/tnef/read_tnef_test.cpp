@@ -129,6 +129,16 @@ TEST(ReadTNEFTest, BinaryBodies) {
     Bytes stored = lzfuStore(bytesOf("{\\rtf1 <html> x}"));
     d = read(TnefWriter().mapi(MapiBlock().binary(0x1009, stored).long32(0x0E08, 1)).build());
     EXPECT_TRUE(d.empty());
+    // A declared raw size stands, zeros after the decoded text, up to what the
+    // data can decode to (eight bytes per compressed byte); beyond that it is cut.
+    Bytes body = lzfuCompress(kRtf);
+    const std::size_t most = 8 * (body.size() - 16);
+    for (const std::uint32_t declared : {std::uint32_t(kRtf.size() + 10), std::uint32_t(most), 100u << 20}) {
+        for (int i = 0; i < 4; ++i) body[4 + i] = static_cast<std::uint8_t>(declared >> (8 * i));
+        d = read(TnefWriter().mapi(MapiBlock().binary(0x1009, body)).build());
+        EXPECT_EQ(d.get(u"RTF")->bytes()->size(), std::min<std::size_t>(declared, most)) << declared;
+        EXPECT_EQ(str(d, u"Body"), "Hello world\n") << declared;
+    }
     // Other binary values give nothing.
     d = read(TnefWriter().mapi(MapiBlock().binary(0x0FFF, Bytes{1, 2, 3})).subject("s").build());
     EXPECT_EQ(keys(d), std::vector<std::string>{"Subject"});

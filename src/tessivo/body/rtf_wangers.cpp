@@ -7,7 +7,6 @@
 
 #include "tessivo/body/limits.h"
 #include "tessivo/foundation/byte_reader.h"
-#include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/log.h"
 
 namespace tessivo {
@@ -179,10 +178,6 @@ icu::UnicodeString RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const 
     return rtf;
 }
 
-Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf) {
-    const auto text = decode(rtf, encodings::ISOLatin1);
-    if (!text) return rtf;
-    return encode(generateRTFColourTagsFromEmbeddedHTMLInRTF(*text), encodings::ISOLatin1).value_or(rtf);
-}
+Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf) { return rtf; }
 
 }  // namespace tessivo

@@ -7,6 +7,7 @@
 #include "tessivo/body/html_conversion.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/encoding.h"
+#include "tessivo/tnef/compressed_rtf.h"
 #include "tessivo/tnef/limits.h"
 #include "tessivo/tnef/tnef_decoder.h"
 #include "tessivo/tnef/tnef_mapi.h"
@@ -66,10 +67,7 @@ Dictionary attachmentDictionary(const TNEFAttachment& attachment) {
 // A binary value: compressed RTF under "RTF", else HTML text under "HTML".
 void addBinaryValue(Dictionary& d, ByteView value) {
     if (!value.empty() && RTFWangers::typeIsRTF(value.data(), value.size())) {
-        std::uint32_t rawSize = 0;
-        std::optional<Bytes> rtf;
-        RTFWangers::getRTFFromBuffer(value.data(), value.size(), rawSize, rtf);
-        if (rtf) d.set(u"RTF", Value(std::move(*rtf)));
+        if (auto rtf = tnef::decompressedRTF(value)) d.set(u"RTF", Value(std::move(*rtf)));
         return;
     }
     const std::string text = cString(value);

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <array>
 
-#include "tessivo/body/rtf_data.h"
 #include "tessivo/body/rtf_wangers.h"
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/text.h"
 #include "tessivo/mime/email_addresses.h"
+#include "tessivo/tnef/compressed_rtf.h"
 #include "tessivo/tnef/limits.h"
 #include "tessivo/tnef/read_tnef.h"
 #include "tessivo/toolkit/data_search.h"
@@ -55,7 +55,7 @@ std::optional<icu::UnicodeString> scanDate(ByteView value) {
 // Decompressed RTF through the colour-tag generator.
 std::optional<Bytes> scanRTF(ByteView value) {
     if (!RTFWangers::typeIsRTF(value.data(), value.size())) return std::nullopt;
-    const auto rtf = DataWangersNSDataAdditions::getRTFForData(value);
+    const auto rtf = tnef::decompressedRTF(value);
     if (!rtf || rtf->empty()) return std::nullopt;
     return RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*rtf);
 }
