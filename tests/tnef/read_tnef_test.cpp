@@ -62,6 +62,7 @@ TEST(ReadTNEFTest, NeedsTheSignature) {
     EXPECT_FALSE(ReadTNEF::initWithData(Bytes{0x78, 0x9F, 0x3E}));
     EXPECT_FALSE(ReadTNEF::initWithData(TnefWriter(0x12345678).subject("x").build()));
     EXPECT_FALSE(ReadTNEF::getSummaryForMessage(Bytes{0x78, 0x9F, 0x3E}));
+    EXPECT_TRUE(ReadTNEF::getAttachmentListForMessage(TnefWriter(0x12345678).attachment("a", bytesOf("x")).build()).empty());
     const auto error = ReadTNEF::getSummaryForMessage(bytesOf("From: someone"));
     ASSERT_TRUE(error);
     EXPECT_EQ(keys(*error), (std::vector<std::string>{"Body", "From", "Subject"}));
@@ -79,6 +80,7 @@ TEST(ReadTNEFTest, DecodedMessage) {
         .attachment("second.bin", Bytes(1500, 0xAB));
     const ReadTNEF reader = *ReadTNEF::initWithData(w.build());
     const Dictionary& d = reader.returnFullDictionary();
+    EXPECT_EQ(Value(ReadTNEF::getAttachmentListForMessage(w.build())), *d.get(u"AttachmentList"));
     // "Date Sent" is written as "Y-M-D h:m:s +0000", which none of the free
     // date patterns takes whole, so the decoded path gives no "Date".
     EXPECT_EQ(keys(d), (std::vector<std::string>{"Subject", "RTF", "AttachmentList", "Body"}));
@@ -210,6 +212,9 @@ TEST(ReadTNEFTest, RawScanWhenRecordsGiveNothing) {
     EXPECT_EQ(keys(*list[0].dictionary()), (std::vector<std::string>{"data", "name"}));
     EXPECT_EQ(str(*list[0].dictionary(), u"name"), std::string("a.txt\0", 6));
     EXPECT_EQ(*list[1].dictionary()->get("data")->bytes(), bytesOf("B"));
+
+    EXPECT_EQ(Value(ReadTNEF::getAttachmentListForMessage(stream)), *d.get(u"AttachmentList"));
+    EXPECT_TRUE(ReadTNEF::getAttachmentListForMessage(oneAttachment).empty());
 
     Dictionary ignored;
     ReadTNEF::buildTNEFDictionary(ignored, stream, true);

@@ -6,7 +6,6 @@
 // "report.pdf" and not made harmless into "report.pdf_".
 #include "message_formats.h"
 #include "tessivo/tnef/read_tnef.h"
-#include "tessivo/tnef/tnef_decoder.h"
 #include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo::cli {
@@ -27,14 +26,8 @@ ReadResult<Dictionary> summaryOf(ByteView data) {
 }
 
 ReadResult<std::vector<MessageAttachment>> attachmentsOf(ByteView data) {
-    // The attachment list as ReadTNEF builds it (the records, else the raw
-    // scan), without turning the RTF body into text.
-    Dictionary message = TNEFDecoder().processTNEF(data).value_or(Dictionary{});
-    if (message.empty()) ReadTNEF::buildTNEFDictionary(message, data, false);
     std::vector<MessageAttachment> attachments;
-    Value* list = message.get(u"AttachmentList");
-    if (!list || !list->as<Array>()) return attachments;
-    for (Value& item : *list->as<Array>()) {
+    for (Value& item : ReadTNEF::getAttachmentListForMessage(data)) {
         Dictionary* attachment = item.as<Dictionary>();
         if (!attachment) continue;
         MessageAttachment out;

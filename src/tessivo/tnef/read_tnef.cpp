@@ -18,15 +18,34 @@ const Bytes* rtfOf(const Dictionary& d) {
 
 }  // namespace
 
+Dictionary ReadTNEF::decodedOrScanned(ByteView data, bool& scanned) {
+    Dictionary content = TNEFDecoder().processTNEF(data).value_or(Dictionary{});
+    scanned = content.empty();
+    if (scanned) buildTNEFDictionary(content, data, false);
+    return content;
+}
+
 std::optional<ReadTNEF> ReadTNEF::initWithData(ByteView data) {
     if (!hasSignature(data)) return std::nullopt;
-    Dictionary content = TNEFDecoder().processTNEF(data).value_or(Dictionary{});
-    if (content.empty()) {
-        buildTNEFDictionary(content, data, false);
-    } else if (const Bytes* rtf = rtfOf(content)) {
+    bool scanned = false;
+    Dictionary content = decodedOrScanned(data, scanned);
+    if (const Bytes* rtf = rtfOf(content); rtf && !scanned)
         if (auto text = DataWangersNSDataAdditions::stringFromRTFData(*rtf)) content.set(u"Body", Value(std::move(*text)));
-    }
     return ReadTNEF(std::move(content));
+}
+
+Array ReadTNEF::getAttachmentListForMessage(ByteView data) {
+    if (!hasSignature(data)) return {};
+    LoadedTNEF message;
+    TNEFDecoder decoder;
+    // Attachments make the decoded dictionary non-empty, so no raw scan
+    // follows: they are the list, whatever the rest of the records say.
+    if (TNEFDecoder::parseMemory(data.data(), data.size(), message) == 0)
+        if (Array list = decoder.buildAttachmentList(message); !list.empty()) return list;
+    bool scanned = false;
+    Dictionary content = decodedOrScanned(data, scanned);
+    Value* list = content.get(u"AttachmentList");
+    return list && list->array() ? std::move(*list->as<Array>()) : Array{};
 }
 
 std::optional<Dictionary> ReadTNEF::getSummaryForMessage(ByteView data) {

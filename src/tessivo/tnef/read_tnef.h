@@ -36,6 +36,11 @@ public:
     // Does nothing: every reader of the library answers it.
     ReadTNEF& buildDictionary(const Dictionary&) { return *this; }
 
+    // The "AttachmentList" of initWithData's dictionary (empty when it has
+    // none, or for another signature). When the records hold attachments the
+    // rest of the dictionary (bodies, subject, date) is not built.
+    static Array getAttachmentListForMessage(ByteView data);
+
     // {"From", "Subject", "Body", "Date"} from the decoded records ("-" for
     // what is missing; "Body" left out when the RTF has no text); every field
     // "** Error Reading Message **" for another signature; nothing for fewer
@@ -55,6 +60,9 @@ public:
 
 private:
     explicit ReadTNEF(Dictionary content) : mailContent_(std::move(content)) {}
+    // The decoded records' dictionary; when it has no key, what the raw scan
+    // finds, and scanned is set.
+    static Dictionary decodedOrScanned(ByteView data, bool& scanned);
     Dictionary mailContent_;
 };
 

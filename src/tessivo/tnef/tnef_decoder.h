@@ -41,9 +41,11 @@ public:
     static int readTNEFData(LoadedTNEF& message, ByteView& data, std::size_t size, std::uint16_t* checksum);
 
     // The message dictionary of a decoded structure: the entries of
-    // buildMAPIDictionary when the message has properties, then the
-    // attachments that have file data under "AttachmentList".
+    // buildMAPIDictionary when the message has properties, then
+    // buildAttachmentList under "AttachmentList" when it is not empty.
     Dictionary buildTNEFDictionary(const LoadedTNEF& message) const;
+    // The attachments that have file data, as {"size", "sizeString", "data", "name"}.
+    Array buildAttachmentList(const LoadedTNEF& message) const;
     // "RTF" and "HTML" from binary values, "Subject" from the subject or
     // conversation topic, overridden by the decoder's "Subject" attribute;
     // "Date" from its "Date Sent" attribute when that reads as a date.

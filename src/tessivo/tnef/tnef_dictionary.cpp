@@ -88,11 +88,16 @@ std::optional<icu::UnicodeString> dateText(const TNEFDate& sent) {
 Dictionary TNEFDecoder::buildTNEFDictionary(const LoadedTNEF& message) const {
     Dictionary d;
     if (!message.mapi.properties.empty()) d = buildMAPIDictionary(message.mapi);
+    if (Array attachments = buildAttachmentList(message); !attachments.empty())
+        d.set(u"AttachmentList", Value(std::move(attachments)));
+    return d;
+}
+
+Array TNEFDecoder::buildAttachmentList(const LoadedTNEF& message) const {
     Array attachments;
     for (const TNEFAttachment& attachment : message.attachments())
         if (!attachment.fileData.empty()) attachments.emplace_back(attachmentDictionary(attachment));
-    if (!attachments.empty()) d.set(u"AttachmentList", Value(std::move(attachments)));
-    return d;
+    return attachments;
 }
 
 Dictionary TNEFDecoder::buildMAPIDictionary(const MAPIPropertyList& list) const {
