@@ -2,11 +2,15 @@
 // scan when they give nothing, and the summary.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
+
 #include "support/lzfu_encoder.h"
 #include "support/tnef_writer.h"
 #include "tessivo/foundation/log.h"
 #include "tessivo/tnef/read_tnef.h"
 #include "tessivo/tnef/tnef_decoder.h"
+#include "tessivo/toolkit/date_strings.h"
 
 namespace tessivo {
 namespace {
@@ -81,8 +85,10 @@ TEST(ReadTNEFTest, DecodedMessage) {
     const ReadTNEF reader = *ReadTNEF::initWithData(w.build());
     const Dictionary& d = reader.returnFullDictionary();
     EXPECT_EQ(Value(ReadTNEF::getAttachmentListForMessage(w.build())), *d.get(u"AttachmentList"));
-    // "Date Sent" is written as "Y-M-D h:m:s +0000", which none of the free
-    // date patterns takes whole, so the decoded path gives no "Date".
+    Dictionary decoded = *TNEFDecoder().processTNEF(w.build());
+    ASSERT_TRUE(decoded.erase(u"AttachmentList"));
+    EXPECT_EQ(*TNEFDecoder().processTNEF(w.build(), false), decoded);
+    // "Date Sent" gives no "Date" (DateSentNeverBecomesADate).
     EXPECT_EQ(keys(d), (std::vector<std::string>{"Subject", "RTF", "AttachmentList", "Body"}));
     EXPECT_EQ(str(d, u"Subject"), "Attribute subject");
     EXPECT_EQ(*d.get(u"RTF")->bytes(), kRtf);
@@ -101,6 +107,21 @@ TEST(ReadTNEFTest, DecodedMessage) {
     const Dictionary& second = *list[1].dictionary();
     EXPECT_EQ(str(second, u"name"), "second.bin");
     EXPECT_EQ(str(second, u"sizeString"), "1.5 KB");
+}
+
+// "Date Sent" is written "Y-M-D h:m:s +0000" and read back with the free
+// date patterns, whole; the reader leaves that conversion out because no
+// pattern takes the zone. Should a pattern ever take it, this fails.
+TEST(ReadTNEFTest, DateSentNeverBecomesADate) {
+    const std::array<int, 6> dates[] = {
+        {2024, 5, 17, 9, 30, 0}, {1999, 12, 31, 23, 59, 59}, {2000, 2, 29, 12, 5, 7}, {0, 0, 0, 0, 0, 0},
+        {65535, 65535, 65535, 65535, 65535, 65535},
+    };
+    for (const auto& [y, mo, d, h, mi, s] : dates) {
+        char text[96];
+        std::snprintf(text, sizeof text, "%d-%d-%d %d:%d:%d +0000", y, mo, d, h, mi, s);
+        EXPECT_FALSE(convertStringToDate(icu::UnicodeString(text, -1, US_INV))) << text;
+    }
 }
 
 TEST(ReadTNEFTest, SubjectSources) {

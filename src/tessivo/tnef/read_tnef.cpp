@@ -55,7 +55,7 @@ std::optional<Dictionary> ReadTNEF::getSummaryForMessage(ByteView data) {
         for (const char16_t* key : {u"Body", u"From", u"Subject"}) summary.set(key, Value(u"** Error Reading Message **"));
         return summary;
     }
-    const Dictionary decoded = TNEFDecoder().processTNEF(data).value_or(Dictionary{});
+    const Dictionary decoded = TNEFDecoder().processTNEF(data, false).value_or(Dictionary{});
     for (const char16_t* key : {u"From", u"Subject"}) {
         const Value* v = decoded.get(key);
         const icu::UnicodeString* text = v ? v->string() : nullptr;

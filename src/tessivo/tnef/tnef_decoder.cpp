@@ -1,7 +1,5 @@
 #include "tessivo/tnef/tnef_decoder.h"
 
-#include <numeric>
-
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/log.h"
 #include "tessivo/tnef/limits.h"
@@ -17,10 +15,15 @@ template <std::size_t N> bool readBytes(LoadedTNEF& message, std::uint8_t (&out)
 
 }  // namespace
 
-std::optional<Dictionary> TNEFDecoder::processTNEF(ByteView data) {
+std::optional<Dictionary> TNEFDecoder::processTNEF(ByteView data, bool attachments) {
     freeTNEFData(message_);
     std::optional<Dictionary> result;
-    if (parseMemory(data.data(), data.size(), message_) == 0) result = buildTNEFDictionary(message_);
+    if (parseMemory(data.data(), data.size(), message_) == 0) {
+        if (attachments)
+            result = buildTNEFDictionary(message_);
+        else
+            result = message_.mapi.properties.empty() ? Dictionary{} : buildMAPIDictionary(message_.mapi);
+    }
     freeTNEFData(message_);
     return result;
 }
@@ -73,8 +76,12 @@ int TNEFDecoder::readTNEFData(LoadedTNEF& message, ByteView& data, std::size_t s
     const std::uint8_t* start = ClaimMemory(&message.memory, 1, size);
     if (!start) return -1;
     data = ByteView(start, size);
-    if (checksum)
-        *checksum = static_cast<std::uint16_t>(std::accumulate(data.begin(), data.end(), std::uint64_t{0}));
+    if (checksum) {
+        // Sixteen-bit lanes that wrap as the checksum does: the loop vectorises.
+        std::uint16_t sum = 0;
+        for (const std::uint8_t b : data) sum = static_cast<std::uint16_t>(sum + b);
+        *checksum = sum;
+    }
     return 0;
 }
 

@@ -28,7 +28,9 @@ public:
 
     // Parses data into the decoder's structure and builds the dictionary from
     // it; nothing when the parse fails. The structure is released either way.
-    std::optional<Dictionary> processTNEF(ByteView data);
+    // Without attachments the dictionary lacks only "AttachmentList" (a
+    // summary needs none, and a stream may hold thousands).
+    std::optional<Dictionary> processTNEF(ByteView data, bool attachments = true);
 
     // Points message's reader at size bytes of data (borrowed for message's
     // lifetime) and parses them: 0 on success, kFailure otherwise.
@@ -47,8 +49,8 @@ public:
     // The attachments that have file data, as {"size", "sizeString", "data", "name"}.
     Array buildAttachmentList(const LoadedTNEF& message) const;
     // "RTF" and "HTML" from binary values, "Subject" from the subject or
-    // conversation topic, overridden by the decoder's "Subject" attribute;
-    // "Date" from its "Date Sent" attribute when that reads as a date.
+    // conversation topic, overridden by the decoder's "Subject" attribute.
+    // Its "Date Sent" attribute never reads as a date (see the .cpp).
     Dictionary buildMAPIDictionary(const MAPIPropertyList& list) const;
 
     // Releases everything the structure holds and zeroes it.
