@@ -37,11 +37,10 @@ std::optional<ReadTNEF> ReadTNEF::initWithData(ByteView data) {
 Array ReadTNEF::getAttachmentListForMessage(ByteView data) {
     if (!hasSignature(data)) return {};
     LoadedTNEF message;
-    TNEFDecoder decoder;
     // Attachments make the decoded dictionary non-empty, so no raw scan
     // follows: they are the list, whatever the rest of the records say.
     if (TNEFDecoder::parseMemory(data.data(), data.size(), message) == 0)
-        if (Array list = decoder.buildAttachmentList(message); !list.empty()) return list;
+        if (Array list = TNEFDecoder::buildAttachmentList(message); !list.empty()) return list;
     bool scanned = false;
     Dictionary content = decodedOrScanned(data, scanned);
     Value* list = content.get(u"AttachmentList");

@@ -2,8 +2,7 @@
 // MAPI property list and the chain of attachments.
 //
 //   tessivo::LoadedTNEF message;
-//   tessivo::TNEFDecoder decoder;
-//   if (decoder.parseMemory(bytes.data(), bytes.size(), message) == 0) {
+//   if (tessivo::TNEFDecoder::parseMemory(bytes.data(), bytes.size(), message) == 0) {
 //       for (const tessivo::TNEFAttachment& a : message.attachments())   // in order
 //           save(a.title, a.fileData);
 //   }

@@ -47,7 +47,7 @@ public:
     // buildAttachmentList under "AttachmentList" when it is not empty.
     Dictionary buildTNEFDictionary(const LoadedTNEF& message) const;
     // The attachments that have file data, as {"size", "sizeString", "data", "name"}.
-    Array buildAttachmentList(const LoadedTNEF& message) const;
+    static Array buildAttachmentList(const LoadedTNEF& message);
     // "RTF" and "HTML" from binary values, "Subject" from the subject or
     // conversation topic, overridden by the decoder's "Subject" attribute.
     // Its "Date Sent" attribute never reads as a date (see the .cpp).

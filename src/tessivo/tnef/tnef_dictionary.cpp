@@ -82,7 +82,7 @@ Dictionary TNEFDecoder::buildTNEFDictionary(const LoadedTNEF& message) const {
     return d;
 }
 
-Array TNEFDecoder::buildAttachmentList(const LoadedTNEF& message) const {
+Array TNEFDecoder::buildAttachmentList(const LoadedTNEF& message) {
     Array attachments;
     for (const TNEFAttachment& attachment : message.attachments())
         if (!attachment.fileData.empty()) attachments.emplace_back(attachmentDictionary(attachment));
