@@ -174,6 +174,16 @@ TEST_F(MessageCommandsTest, AttachmentsAreListedAndSavedWithExactBytes) {
     EXPECT_EQ(testing::readFile(out / "report-2.pdf"), payload());
 }
 
+TEST_F(MessageCommandsTest, VoiceNoteIsSavedWithItsExactBytes) {
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note").string8(0x8000, "Voice message").binary(0x6803, testing::pattern(700, 5));
+    ASSERT_TRUE(testing::writeFile(p("voice.msg"), m.build()));
+    const fs::path out = dir_ / "voice";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + testing::shellQuote(p("voice.msg")));
+    EXPECT_EQ(saved.out, (out / "Windows CE VoiceNote.wav").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "Windows CE VoiceNote.wav"), testing::pattern(700, 5));
+}
+
 TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
     std::string nulAndNewline("a");
     nulAndNewline += '\0';
