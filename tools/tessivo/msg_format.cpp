@@ -24,7 +24,7 @@ ReadResult<Dictionary> dictionaryOf(ByteView data) {
     int code = kCompoundOpened;
     auto reader = ReadMSG::initWithData(data, &code);
     if (!reader) return unreadable(code);
-    return reader->returnFullDictionary();
+    return std::move(*reader).returnFullDictionary();
 }
 
 ReadResult<Dictionary> summaryOf(ByteView data) {
