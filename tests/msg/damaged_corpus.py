@@ -48,7 +48,8 @@ def check_batch(tessivo, replayer, folder, names, failures):
     if r.returncode not in (0, 1):
         failures.append(f"dump: exit {r.returncode}: {r.stderr.decode(errors='replace')[-2000:]}")
         return
-    lines = r.stdout.decode("utf-8").splitlines()
+    # JSON strings may hold U+2028 and other characters str.splitlines() would split at.
+    lines = r.stdout.decode("utf-8").split("\n")[:-1]
     if len(lines) != len(paths):
         failures.append(f"dump: {len(lines)} lines for {len(paths)} files")
     for line, path in zip(lines, paths):
