@@ -17,7 +17,7 @@ namespace tessivo::cli {
 
 class MessageFile {
 public:
-    MessageFile(std::variant<MappedFile, Bytes> content);
+    explicit MessageFile(std::variant<MappedFile, Bytes> content);
 
     ByteView bytes() const;
     const MessageFormat& format() const { return *format_; }
