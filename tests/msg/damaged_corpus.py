@@ -7,7 +7,7 @@ summary; built with sanitizers in the asan preset); `tessivo dump` must exit 0
 or 1, never by a signal, and print one valid JSON line per file.
 
 Usage: damaged_corpus.py TESSIVO FUZZ_MSG CORPUS_DIR [--quick] [--flips N] [--seed S]
-  --quick    cut only files up to 32 KiB (every file still gets its flips)
+  --quick    cut only files up to 16 KiB (every file still gets its flips)
   --flips N  flipped copies per file (default 20), 1 to 8 bytes each
 Exits 77 (skipped) when the corpus is missing.
 """
@@ -23,7 +23,7 @@ import time
 SKIP = 77
 STEP = 512
 BATCH = 64
-QUICK_LIMIT = 32 * 1024
+QUICK_LIMIT = 16 * 1024
 
 
 def damaged_copies(path, data, quick, flips, rng):
