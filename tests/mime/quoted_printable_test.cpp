@@ -40,6 +40,7 @@ TEST(QuotedPrintableDecodeTest, SoftLineBreaksProduceNothing) {
     EXPECT_EQ(decode("a= \t \r\nb"), "ab");
     EXPECT_EQ(decode("a= \nb"), "ab");
     EXPECT_EQ(decode("a=\r"), "a");  // CR as the last byte
+    EXPECT_EQ(decode("a=\r\n"), "a");  // CR LF as the last two bytes: one line end
     // After blanks, any byte that is not invalid is taken as the line end.
     EXPECT_EQ(decode("a= Fb"), "ab");
     EXPECT_EQ(decode("a=  "), "<fail>");   // blanks run to the end
