@@ -7,6 +7,7 @@
 
 #include "tessivo/foundation/log.h"
 #include "tessivo/importer/importer.h"
+#include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo::kde {
 namespace {
@@ -30,9 +31,8 @@ void routeLogToQt() {
 // The text without the NUL characters that plain-text bodies may end in
 // (streams are read in whole sectors), as `tessivo text` prints it.
 QString searchableText(const icu::UnicodeString& text) {
-    int32_t end = text.length();
-    while (end > 0 && text.charAt(end - 1) == u'\0') --end;
-    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), end);
+    const icu::UnicodeString trimmed = WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(text);
+    return QString(reinterpret_cast<const QChar*>(trimmed.getBuffer()), trimmed.length());
 }
 
 }  // namespace

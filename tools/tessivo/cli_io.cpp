@@ -3,19 +3,22 @@
 #include <cstdio>
 #include <iostream>
 
+#include "tessivo/foundation/file_bytes.h"
+
 namespace tessivo::cli {
 
 void reportError(std::string_view what, std::string_view reason) {
     std::cerr << "tessivo: " << what << ": " << reason << '\n';
 }
 
-std::optional<MappedFile> openInput(const std::string& path) {
-    auto result = MappedFile::open(path);
-    if (auto* reason = std::get_if<std::string>(&result)) {
-        reportError(path, *reason);
+std::optional<Bytes> openInput(const std::string& path) {
+    Bytes bytes;
+    std::string reason;
+    if (!readWholeFile(path, bytes, reason)) {
+        reportError(path, reason);
         return std::nullopt;
     }
-    return std::move(std::get<MappedFile>(result));
+    return bytes;
 }
 
 std::optional<Bytes> readAll(const std::string& pathOrDash) {
@@ -30,10 +33,7 @@ std::optional<Bytes> readAll(const std::string& pathOrDash) {
         }
         return out;
     }
-    auto file = openInput(pathOrDash);
-    if (!file) return std::nullopt;
-    auto bytes = file->bytes();
-    return Bytes(bytes.begin(), bytes.end());
+    return openInput(pathOrDash);
 }
 
 bool writeOut(ByteView bytes) {

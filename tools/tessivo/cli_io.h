@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "tessivo/foundation/mapped_file.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo::cli {
@@ -13,8 +12,8 @@ namespace tessivo::cli {
 // Prints "tessivo: WHAT: REASON" on stderr.
 void reportError(std::string_view what, std::string_view reason);
 
-// Maps the named file, or reports why it cannot be read and yields nothing.
-std::optional<MappedFile> openInput(const std::string& path);
+// The bytes of the named file, or nothing after reporting why it cannot be read.
+std::optional<Bytes> openInput(const std::string& path);
 
 // Reads all of standard input ("-" or no file) or the named file; reports
 // failures and yields nothing.

@@ -26,7 +26,7 @@ std::optional<icu::UnicodeString> rtfAsPlainText(ByteView data) {
     if (!text) return std::nullopt;
     text->truncate(text->length() / 2);
     const std::string half = toUtf8(*text);
-    return stringFromRTFData(ByteView(reinterpret_cast<const std::uint8_t*>(half.data()), half.size()));
+    return stringFromRTFData(asBytes(half));
 }
 
 }  // namespace tessivo::DataWangersNSDataAdditions

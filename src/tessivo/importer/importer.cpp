@@ -5,7 +5,7 @@
 
 #include "tessivo/compound/mole.h"
 #include "tessivo/foundation/encoding.h"
-#include "tessivo/foundation/mapped_file.h"
+#include "tessivo/foundation/file_bytes.h"
 #include "tessivo/importer/rich_body.h"
 
 namespace tessivo::importer {
@@ -52,15 +52,6 @@ std::optional<icu::UnicodeString> bestBodyText(const Mole& mole) {
 
 Result notMessage(std::string reason) { return Result{Outcome::NotMessage, {}, std::move(reason)}; }
 
-// Why a document did not open, from its result code.
-std::string openFailureReason(int resultCode) {
-    switch (resultCode) {
-    case 1: return "not a compound document (shorter than its 512-byte header)";
-    case 2: return "not a compound document (wrong signature)";
-    default: return "damaged compound document";
-    }
-}
-
 }  // namespace
 
 bool acceptsContentType(const icu::UnicodeString& contentType) {
@@ -71,8 +62,9 @@ Result extractText(ByteView fileBytes) {
     try {
         if (fileBytes.empty()) return notMessage("empty file");
         int resultCode = 0;
-        auto mole = Mole::initWithData(fileBytes, &resultCode);
-        if (!mole) return notMessage(openFailureReason(resultCode));
+        Fault fault;
+        auto mole = Mole::initWithData(fileBytes, &resultCode, &fault);
+        if (!mole) return notMessage(compoundOpenFailure(resultCode, fault));
         if (auto text = bestBodyText(*mole)) return Result{Outcome::Text, std::move(*text), {}};
         return Result{Outcome::NoBody, {}, {}};
     } catch (const std::exception& e) {
@@ -81,11 +73,15 @@ Result extractText(ByteView fileBytes) {
 }
 
 Result extractText(const std::string& path) {
+    Bytes contents;
+    return extractText(path, contents);
+}
+
+Result extractText(const std::string& path, Bytes& contents) {
     try {
-        auto file = MappedFile::open(path);
-        if (auto* reason = std::get_if<std::string>(&file))
-            return Result{Outcome::Unreadable, {}, "cannot open: " + *reason};
-        return extractText(std::get<MappedFile>(file).bytes());
+        std::string reason;
+        if (!readWholeFile(path, contents, reason)) return Result{Outcome::Unreadable, {}, "cannot open: " + reason};
+        return extractText(contents);
     } catch (const std::exception& e) {
         return Result{Outcome::Unreadable, {}, e.what()};
     }

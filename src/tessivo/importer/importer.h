@@ -47,7 +47,12 @@ struct Result {
 };
 
 // The same selection as importFile for the file at path, reporting why nothing was found.
+// The file is read whole into memory (never mapped), so a file that changes
+// while it is read gives what it held, never a crash.
 Result extractText(const std::string& path);
+// The same, reading the file into contents (whose capacity a caller that
+// reads many files keeps from one file to the next).
+Result extractText(const std::string& path, Bytes& contents);
 
 // The body text of a message held in memory (the file's whole bytes).
 Result extractText(ByteView fileBytes);
