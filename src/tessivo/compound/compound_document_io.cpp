@@ -105,11 +105,13 @@ bool CompoundDocumentIO::compoundDocumentLoaded() {
 
     // Tables read when opening may hold no more bytes than the data (see limits.h).
     std::uint64_t budget = filesize_;
+    // Sectors that start within the data, after the header's slot.
+    const std::uint64_t sectorsInData = (filesize_ + sectorSize - 1) / sectorSize - 1;
     const std::uint64_t tableCount = header_.allocationTableCount;
-    if (tableCount > filesize_ / sectorSize) {
+    if (tableCount > sectorsInData) {
         refuse({"header", "allocationTableCount", Header::kAllocationTableCountOffset,
-                "at most " + std::to_string(filesize_ / sectorSize) + " sectors of " + bytesText(sectorSize) +
-                    " in " + bytesText(filesize_) + " of data",
+                "at most the " + std::to_string(sectorsInData) + " sectors of " + bytesText(sectorSize) +
+                    " that start within the data",
                 std::to_string(tableCount)});
         return false;
     }
@@ -119,8 +121,7 @@ bool CompoundDocumentIO::compoundDocumentLoaded() {
     const Bytes table = loadedPrefix(blocks, &missing);
     if (missing) {
         refuse({"allocation table", "sector list entry " + std::to_string(*missing), offsets[*missing],
-                "a sector starting within the " + bytesText(filesize_) + " of data (below " +
-                    std::to_string(filesize_ / sectorSize - 1) + ")",
+                "a sector that starts within the data (below " + std::to_string(sectorsInData) + ")",
                 std::to_string(blocks[*missing])});
         return false;
     }

@@ -49,12 +49,13 @@ void SectorAllocTable::allocationLoad(ByteView bytes, std::uint64_t length) {
     const std::uint64_t count = length / 4;
     // Whole words of bytes, and a word cut by their end.
     const std::uint64_t present = std::min<std::uint64_t>(count, (bytes.size() + 3) / 4);
-    stored_.assign(present, 0);
-    for (std::uint64_t i = 0; i < present; ++i) {
-        std::uint32_t word = 0;
-        for (std::uint64_t b = 0; b < 4 && 4 * i + b < bytes.size(); ++b)
-            word |= static_cast<std::uint32_t>(bytes[4 * i + b]) << (8 * b);
-        stored_[i] = word;
+    stored_.resize(present);
+    const std::uint64_t whole = std::min<std::uint64_t>(present, bytes.size() / 4);
+    for (std::uint64_t i = 0; i < whole; ++i) stored_[i] = loadU32le(bytes.data() + 4 * i);
+    if (whole < present) {
+        std::uint8_t cut[4] = {};
+        std::copy(bytes.begin() + static_cast<std::ptrdiff_t>(4 * whole), bytes.end(), cut);
+        stored_[whole] = loadU32le(cut);
     }
     zeroTail_ = count - present;
 }
