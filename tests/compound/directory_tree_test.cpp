@@ -49,6 +49,8 @@ TEST(DirectoryTreeTest, DecodesEntryFields) {
     w.addStream("\x05SummaryInformation", Bytes(5000, 1));
     w.addStorage("sub");
     w.setModified("sub", 116444736000000000ull + 50000000ull + 9999999ull);
+    w.addStorage("old");
+    w.setModified("old", 116444735990000001ull);  // 0.9999999 s before 1970
     auto image = w.build();
     image.setU8(image.entryOffset("sub", 66), 3);
     DirectoryTree tree = load(image);
@@ -68,6 +70,7 @@ TEST(DirectoryTreeTest, DecodesEntryFields) {
     ASSERT_NE(sub, nullptr);
     EXPECT_TRUE(sub->dir) << "an unknown type counts as a folder";
     EXPECT_EQ(sub->time, 5) << "ticks are divided before the shift to 1970";
+    EXPECT_EQ(tree.findEntry(u"old")->time, -1) << "divided first, a fraction before 1970 is a second earlier";
     EXPECT_EQ(stream->time, -11644473600);
     image.setU8(image.entryOffset("sub", 66), 4);
     EXPECT_TRUE(load(image).findEntry(u"sub")->dir);
