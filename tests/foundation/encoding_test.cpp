@@ -2,20 +2,14 @@
 
 #include <set>
 
+#include "support/bytes.h"
 #include "tessivo/foundation/encoding.h"
 
 namespace tessivo {
 namespace {
 
 using namespace encodings;
-
-Bytes bytesOf(std::initializer_list<int> v) {
-    Bytes b;
-    for (int x : v) b.push_back(static_cast<std::uint8_t>(x));
-    return b;
-}
-
-Bytes bytesOf(std::string_view s) { return Bytes(s.begin(), s.end()); }
+using testing::bytesOf;
 
 TEST(EncodingTest, StrictDecodersRejectInvalidBytes) {
     struct Case {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "support/bytes.h"
 #include "support/cfb_writer.h"
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
@@ -16,14 +17,13 @@ namespace {
 
 using testing::CfbWriter;
 using testing::utf16le;
+using testing::bytesOf;
 
 constexpr const char* kRtfBody = "__substg1.0_10090102";
 constexpr const char* kSecondRtfBody = "__substg1.0_10080102";
 constexpr const char* kHtmlBody = "__substg1.0_10130102";
 constexpr const char* kUnicodeBody = "__substg1.0_1000001F";
 constexpr const char* kEightBitBody = "__substg1.0_1000001E";
-
-Bytes bytesOf(std::string_view s) { return Bytes(s.begin(), s.end()); }
 
 Bytes compressedRtf(std::string_view rtf) { return testing::lzfuCompress(bytesOf(rtf)); }
 
