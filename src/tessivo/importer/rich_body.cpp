@@ -9,7 +9,8 @@ namespace tessivo::importer {
 
 std::optional<icu::UnicodeString> rtfBodyText(ByteView streamBytes) {
     if (streamBytes.empty() || !RTFWangers::typeIsRTF(streamBytes.data(), streamBytes.size())) return std::nullopt;
-    const std::optional<Bytes> rtf = DataWangersNSDataAdditions::getRTFForData(streamBytes);
+    // The zeros that pad the RTF to its declared size hold no text.
+    const std::optional<Bytes> rtf = DataWangersNSDataAdditions::getRTFForDataWithoutPadding(streamBytes);
     if (!rtf || rtf->empty()) return std::nullopt;
     std::optional<icu::UnicodeString> text = DataWangersNSDataAdditions::stringFromRTFData(*rtf);
     if (!text || text->isEmpty()) return std::nullopt;
