@@ -5,12 +5,12 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <system_error>
 
 #include "cli_io.h"
 #include "commands.h"
 #include "recoll_config.h"
+#include "tessivo/foundation/file_bytes.h"
 
 namespace tessivo::cli {
 namespace {
@@ -26,12 +26,10 @@ struct RecollSetupOptions {
 };
 
 std::optional<std::string> readText(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) return std::nullopt;
-    return text.str();
+    Bytes bytes;
+    std::string reason;
+    if (!readWholeFile(path.string(), bytes, reason)) return std::nullopt;
+    return std::string(bytes.begin(), bytes.end());
 }
 
 bool writeText(const fs::path& path, const std::string& text) {
