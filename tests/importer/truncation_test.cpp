@@ -88,7 +88,7 @@ TEST(TruncatedCorpus, CutsReadAsTheirZeroPaddedTwins) {
             const Result fromCut = extractText(cutBytes);
             const Result fromTwin = extractText(ByteView(padded));
             EXPECT_EQ(fromCut.outcome, fromTwin.outcome) << "cut " << cut;
-            EXPECT_TRUE(fromCut.text == fromTwin.text) << "cut " << cut;
+            EXPECT_TRUE(fromCut.wholeText() == fromTwin.wholeText()) << "cut " << cut;
             // Documents that open have result code 0; compare the others' codes.
             if (fromCut.outcome == Outcome::NotMessage || fromTwin.outcome == Outcome::NotMessage)
                 EXPECT_EQ(resultCode(cutBytes), resultCode(padded)) << "cut " << cut;
@@ -117,7 +117,7 @@ TEST(ShrinkingFile, ImporterGivesTextOrAReason) {
             const Result result = extractText(file.path().string());
             if (result.outcome == Outcome::Text) {
                 ++texts;
-                EXPECT_TRUE(result.text.startsWith(u"heron ") || result.text.charAt(0) == 0);
+                EXPECT_TRUE(result.text.isEmpty() || result.text.startsWith(u"heron ") || result.text.charAt(0) == 0);
             } else {
                 EXPECT_FALSE(result.reason.empty() && result.outcome != Outcome::NoBody);
             }

@@ -121,6 +121,16 @@ void Mole::forEachChild(std::uint64_t storage, const icu::UnicodeString& path, B
 }
 
 std::optional<Bytes> Mole::getStream(const icu::UnicodeString& path) const {
+    auto stream = getStream(path, false);
+    if (!stream) return std::nullopt;
+    return std::move(stream->bytes);
+}
+
+std::optional<StreamWithZeroTail> Mole::getStreamWithZeroTail(const icu::UnicodeString& path) const {
+    return getStream(path, true);
+}
+
+std::optional<StreamWithZeroTail> Mole::getStream(const icu::UnicodeString& path, bool countZeroTail) const {
     if (path.isEmpty()) {
         log("Error: Invalid stream name");
         return std::nullopt;
@@ -131,21 +141,23 @@ std::optional<Bytes> Mole::getStream(const icu::UnicodeString& path) const {
             log("Warning: Failed to initialize stream: %s", toUtf8(path).c_str());
             return std::nullopt;
         }
-        return readStream(*stream.handler(), path);
+        return readStream(*stream.handler(), path, countZeroTail);
     } catch (const std::exception& e) {
         log("Exception reading stream %s: %s", toUtf8(path).c_str(), e.what());
         return std::nullopt;
     }
 }
 
-Bytes Mole::readStream(const StreamHandler& handler, const icu::UnicodeString& path) const {
+StreamWithZeroTail Mole::readStream(const StreamHandler& handler, const icu::UnicodeString& path,
+                                    bool countZeroTail) const {
     // The stream is handed out as if read in 16-byte pieces, at most
     // 1,000,001 of them: the chain is copied in one pass and the messages
     // those pieces would log are logged once per piece.
     const std::uint64_t total = handler.chainBytes();
     const std::uint64_t length = std::min<std::uint64_t>(total, compound::kMaxStreamBytes);
-    Bytes bytes(length);
-    handler.copyPrefix(bytes.data(), length);
+    const std::uint64_t stored = countZeroTail ? std::min(length, handler.bytesInData()) : length;
+    Bytes bytes(stored);
+    handler.copyPrefix(bytes.data(), stored);
     if (handler.usesSmallSectors()) {
         const CompoundDocumentIO& io = *compoundDocument_->io();
         const std::uint64_t size = handler.sectorSize();
@@ -158,7 +170,7 @@ Bytes Mole::readStream(const StreamHandler& handler, const icu::UnicodeString& p
     }
     if (total >= compound::kMaxStreamBytes)
         log("Error: Maximum iterations exceeded reading stream: %s", toUtf8(path).c_str());
-    return bytes;
+    return {std::move(bytes), length - stored};
 }
 
 Array Mole::getDirectory() {
@@ -192,7 +204,7 @@ Array Mole::buildOLEArray(std::uint64_t storage, const icu::UnicodeString& path,
         if (child.stream) {
             child.stream->logOpening();
             record.set(kEntryName, Value(child.name));
-            record.set(kObjectData, Value(readStream(*child.stream, child.path)));
+            record.set(kObjectData, Value(readStream(*child.stream, child.path).bytes));
         }
         if (!child.entry) child.logFailedLookup();
         if (child.isFolder()) {
@@ -221,7 +233,7 @@ Dictionary Mole::buildOLEDictionary(std::uint64_t storage, const icu::UnicodeStr
         try {
             if (child.stream) {
                 child.stream->logOpening();
-                dictionary.set(child.name, Value(readStream(*child.stream, child.path)));
+                dictionary.set(child.name, Value(readStream(*child.stream, child.path).bytes));
             }
             if (!child.entry) child.logFailedLookup();
             if (child.isFolder()) {
@@ -254,7 +266,7 @@ Dictionary Mole::buildOLEDictionary(std::uint64_t storage, const icu::UnicodeStr
     forEachChild(storage, path, budget, taken, [&](const Child& child) {
         if (child.stream) {
             child.stream->logOpening();
-            dictionary.set(child.name, Value(readStream(*child.stream, child.path)));
+            dictionary.set(child.name, Value(readStream(*child.stream, child.path).bytes));
         }
         if (!child.entry) child.logFailedLookup();
         if (child.isFolder())

@@ -32,6 +32,13 @@
 
 namespace tessivo {
 
+// A stream's bytes with the zeros that end it counted rather than stored:
+// bytes followed by zeroTail zero bytes are the stream.
+struct StreamWithZeroTail {
+    Bytes bytes;
+    std::uint64_t zeroTail = 0;
+};
+
 class Mole {
 public:
     // Opens data in place: data must outlive the Mole and everything it hands
@@ -46,6 +53,10 @@ public:
 
     // The bytes of the stream at path, or nothing for a storage or a missing path.
     std::optional<Bytes> getStream(const icu::UnicodeString& path) const;
+    // getStream's result (and messages) with the sectors past the end of the
+    // data, which read as zeros, counted rather than stored: for readers of
+    // cut documents that need not hold those zeros.
+    std::optional<StreamWithZeroTail> getStreamWithZeroTail(const icu::UnicodeString& path) const;
     // Every entry as {"entryname": full path, "entrysize": declared size (streams only)},
     // in tree order. Each call appends to the listing of the calls before it.
     Array getDirectory();
@@ -82,9 +93,12 @@ private:
                       Visit&& visit) const;
     template <class Visit>
     void forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Visit&& visit) const;
-    // A child's stream as getStream hands it out: copied in one pass, with the
-    // messages its reading in 16-byte pieces logs.
-    Bytes readStream(const StreamHandler& handler, const icu::UnicodeString& path) const;
+    std::optional<StreamWithZeroTail> getStream(const icu::UnicodeString& path, bool countZeroTail) const;
+    // A stream as getStream hands it out: copied in one pass, with the
+    // messages its reading in 16-byte pieces logs; with countZeroTail, the
+    // sectors past the end of the data are counted, not copied.
+    StreamWithZeroTail readStream(const StreamHandler& handler, const icu::UnicodeString& path,
+                                  bool countZeroTail = false) const;
     void buildDirectory(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget);
     Array buildOLEArray(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget) const;
     Dictionary buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path, int depth,

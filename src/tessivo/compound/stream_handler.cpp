@@ -71,6 +71,22 @@ std::uint64_t StreamHandler::read(std::uint8_t* data, std::uint64_t maxLength) {
     return n;
 }
 
+std::uint64_t StreamHandler::bytesInData() const {
+    const std::uint64_t size = sectorSize();
+    const std::uint64_t dataSize = io_->data().size();
+    for (std::size_t i = chain_.sectors.size(); i > 0; --i) {
+        std::uint64_t start = (static_cast<std::uint64_t>(chain_.sectors[i - 1]) + 1) * size;
+        if (usesSmallSectors()) {
+            const std::uint64_t position = chain_.sectors[i - 1] * size;
+            if (io_->smallSectorFault(chain_.sectors[i - 1])) continue;
+            const std::uint64_t bigSize = io_->bigSectorSize();
+            start = (std::uint64_t{io_->smallSectorArray()[position / bigSize]} + 1) * bigSize + position % bigSize;
+        }
+        if (start < dataSize) return i * size;
+    }
+    return 0;
+}
+
 void StreamHandler::copyPrefix(std::uint8_t* out, std::uint64_t n) const {
     const std::uint64_t size = sectorSize();
     const ByteView data = io_->data();

@@ -44,6 +44,9 @@ public:
     void copyPrefix(std::uint8_t* out, std::uint64_t n) const;
     // Bytes the chain holds: its length times the sector size.
     std::uint64_t chainBytes() const { return chain_.sectors.size() * sectorSize(); }
+    // The chain's bytes up to the end of its last sector that lies in the
+    // data, at least in part; every byte after it reads as zero.
+    std::uint64_t bytesInData() const;
     bool usesSmallSectors() const;
     std::uint64_t sectorSize() const;
     const std::vector<std::uint32_t>& sectorArray() const { return chain_.sectors; }

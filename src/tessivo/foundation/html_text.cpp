@@ -743,11 +743,15 @@ private:
 std::optional<icu::UnicodeString> htmlToPlainText(std::string_view utf8, const HtmlTextOptions& options) {
     // The text must fit a UTF-16 string: 2^31 - 1 units.
     if (!isValidUtf8(utf8)) return std::nullopt;
-    const bool treeAffordable = utf8.size() <= kHtmlMaxTreeBytes;
+    const bool treeAffordable = options.trailingNuls <= kHtmlMaxTreeBytes && utf8.size() <= kHtmlMaxTreeBytes - options.trailingNuls;
+    // The one pass drops NULs wherever they stand, so trailing ones change nothing there.
     Renderer renderer(utf8, options);
     std::string text = std::move(renderer.run());
-    if ((renderer.needsTree() || options.buildTree) && treeAffordable && !renderer.tooDeep())
-        text = html::layOutTree(utf8, options);
+    if ((renderer.needsTree() || options.buildTree) && treeAffordable && !renderer.tooDeep()) {
+        std::string whole(utf8);
+        whole.append(options.trailingNuls, '\0');
+        text = html::layOutTree(whole, options);
+    }
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
 }
 

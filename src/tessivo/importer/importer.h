@@ -8,6 +8,7 @@
 // text); the first non-empty text wins and is stored exactly as decoded.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <unicode/unistr.h>
@@ -44,6 +45,14 @@ struct Result {
     Outcome outcome = Outcome::Unreadable;
     icu::UnicodeString text;
     std::string reason;  // for NotMessage and Unreadable: "cannot open: No such file or directory", ...
+    // NUL characters that end the body's text but are not in text: what the
+    // zeros of sectors past the end of a cut file decode to in a plain-text
+    // body, counted so that they need no memory. Callers that drop trailing
+    // NULs (the command line, the hosts) ignore them.
+    std::uint64_t trailingNuls = 0;
+
+    // text followed by its trailing NULs: the text importFile stores.
+    icu::UnicodeString wholeText() const;
 };
 
 // The same selection as importFile for the file at path, reporting why nothing was found.

@@ -17,11 +17,12 @@ std::optional<icu::UnicodeString> rtfBodyText(ByteView streamBytes) {
     return text;
 }
 
-std::optional<icu::UnicodeString> htmlBodyText(ByteView streamBytes) {
-    if (streamBytes.empty()) return std::nullopt;
+std::optional<icu::UnicodeString> htmlBodyText(ByteView streamBytes, std::uint64_t zeroTail) {
+    if (streamBytes.empty() && zeroTail == 0) return std::nullopt;
+    // The zeros are NULs in UTF-8, which fails or not on the stored bytes alone.
     const std::optional<icu::UnicodeString> html = decode(streamBytes, encodings::UTF8);
-    if (!html || html->isEmpty()) return std::nullopt;
-    icu::UnicodeString text = WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html);
+    if (!html || (html->isEmpty() && zeroTail == 0)) return std::nullopt;
+    icu::UnicodeString text = WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html, zeroTail);
     if (text.isEmpty()) return std::nullopt;
     return text;
 }
