@@ -342,7 +342,7 @@ TEST(MoleTest, ListingsOfARepeatingTreeStayWithinTheirBudgets) {
     w.addChildOf(outer, "big", false, pattern(1 << 20));
     const CfbImage image = w.build();
     Mole mole = open(image);
-    LogCapture log;
+    LogCapture quiet;
     const std::uint64_t byteBudget = image.bytes.size() + compound::kListingBytesSlack;
 
     std::uint64_t streamBytes = 0;
@@ -352,7 +352,6 @@ TEST(MoleTest, ListingsOfARepeatingTreeStayWithinTheirBudgets) {
         if (const Value* big = level->get(u"big")) streamBytes += big->bytes()->size();
     EXPECT_LE(streamBytes, byteBudget);
     EXPECT_LT(levels, 20) << "each level copies the megabyte stream again";
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"Error: Maximum recursion depth exceeded in OLE structure"});
 
     const Array listing = mole.getDirectory();
     EXPECT_LE(listing.size(), compound::kListingVisitsMinimum);

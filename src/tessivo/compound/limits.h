@@ -69,8 +69,8 @@ constexpr std::size_t kStreamFirstBlockBytes = 4096;
 // otherwise make a listing grow without end. The flat and nested listings
 // also stop descending below kMaxNestingDepth levels. A listing that
 // reaches a bound ends with what it has.
-constexpr std::uint64_t kListingVisitsPerEntry = 16;
-constexpr std::uint64_t kListingVisitsMinimum = 1024;
+constexpr std::uint64_t kListingVisitsPerEntry = 4;
+constexpr std::uint64_t kListingVisitsMinimum = 64;
 constexpr std::uint64_t kListingBytesPerFileByte = 1;
 constexpr std::uint64_t kListingBytesSlack = kMaxStreamBytes;
 constexpr std::uint64_t kListingRecordBytes = 256;
