@@ -12,8 +12,9 @@ namespace tessivo::cli {
 // Prints "tessivo: WHAT: REASON" on stderr.
 void reportError(std::string_view what, std::string_view reason);
 
-// The bytes of the named file, or nothing after reporting why it cannot be read.
-std::optional<Bytes> openInput(const std::string& path);
+// Replaces bytes with all of standard input ("-" or no name) or of the named
+// file; false, with reason in words, when it cannot be read.
+bool readInput(const std::string& pathOrDash, Bytes& bytes, std::string& reason);
 
 // Reads all of standard input ("-" or no file) or the named file; reports
 // failures and yields nothing.

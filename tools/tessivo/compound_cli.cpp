@@ -7,7 +7,7 @@ namespace tessivo::cli {
 
 std::optional<CompoundInput> openCompound(const std::string& path, bool verbose) {
     if (!verbose) silenceLog();
-    auto file = openInput(path);
+    auto file = readAll(path);
     if (!file) return std::nullopt;
     int code = kCompoundOpened;
     Fault fault;

@@ -27,8 +27,10 @@ std::string hexBytes(ByteView bytes) {
 
 std::string bytesText(std::uint64_t n) { return std::to_string(n) + " bytes"; }
 
-const char* resultCodeMeaning(int code) {
-    switch (code) {
+}  // namespace
+
+const char* compoundResultReason(int resultCode) {
+    switch (resultCode) {
     case kCompoundTooShort: return "too short for a compound document (fewer than 512 bytes)";
     case kCompoundBadSignature: return "wrong signature: not a compound document";
     case kCompoundInvalid: return "invalid header or damaged structure";
@@ -37,10 +39,8 @@ const char* resultCodeMeaning(int code) {
     }
 }
 
-}  // namespace
-
 std::string compoundOpenFailure(int resultCode, const Fault& fault) {
-    return std::string(resultCodeMeaning(resultCode)) + " (" + fault.describe() + ")";
+    return std::string(compoundResultReason(resultCode)) + " (" + fault.describe() + ")";
 }
 
 void SmallSectorFault::log() const {

@@ -42,9 +42,12 @@ enum CompoundResult : int {
     kCompoundNoComponent = 4,
 };
 
-// Why a document did not open, in words: the meaning of its result code
-// (other than 0) and the located fault, as in "invalid header or damaged
-// structure (header threshold at byte 56: expected 4096, found 2048)".
+// The meaning of a result code other than 0, in words
+// ("invalid header or damaged structure").
+const char* compoundResultReason(int resultCode);
+// Why a document did not open, in words: the meaning of its result code and
+// the located fault, as in "invalid header or damaged structure (header
+// threshold at byte 56: expected 4096, found 2048)".
 std::string compoundOpenFailure(int resultCode, const Fault& fault);
 
 // Why a small sector cannot be read.
