@@ -170,6 +170,7 @@ Bytes CompoundDocumentIO::loadedPrefix(std::span<const std::uint32_t> chain,
                                        std::optional<std::size_t>* firstMissing) const {
     const std::uint64_t sectorSize = bigSectorSize();
     Bytes out;
+    out.reserve(std::min<std::uint64_t>(chain.size() * sectorSize, data_.size()));
     for (std::size_t i = 0; i < chain.size(); ++i) {
         // The header fills the first sector slot.
         const std::uint64_t offset = (static_cast<std::uint64_t>(chain[i]) + 1) * sectorSize;

@@ -61,7 +61,8 @@ constexpr std::size_t kStreamFirstBlockBytes = 4096;
 //
 // A listing (flat, nested or dictionary) visits at most
 // kListingVisitsPerEntry entries per directory entry read from the data (at
-// least kListingVisitsMinimum), and walks, copies and builds at most
+// least kListingVisitsMinimum, enough to reach the nesting bound of a tree
+// that repeats itself and list its siblings on the way back), and walks, copies and builds at most
 // kListingBytesPerFileByte bytes per byte of the document plus
 // kListingBytesSlack: each stream costs its sector chain's bytes (the bytes
 // a reader of it gets), each record its path and kListingRecordBytes. Paths
@@ -70,7 +71,7 @@ constexpr std::size_t kStreamFirstBlockBytes = 4096;
 // also stop descending below kMaxNestingDepth levels. A listing that
 // reaches a bound ends with what it has.
 constexpr std::uint64_t kListingVisitsPerEntry = 4;
-constexpr std::uint64_t kListingVisitsMinimum = 64;
+constexpr std::uint64_t kListingVisitsMinimum = 1024;
 constexpr std::uint64_t kListingBytesPerFileByte = 1;
 constexpr std::uint64_t kListingBytesSlack = kMaxStreamBytes;
 constexpr std::uint64_t kListingRecordBytes = 256;
