@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     addCatCommand(app, status);
     addRecollSetupCommand(app, status);
     addRecollHandlerCommand(app, status);
+    addBalooSetupCommand(app, status);
     addDecodeCommand(app, status);
     addTextCommand(app, status);
     addDumpCommand(app, status);
