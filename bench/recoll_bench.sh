@@ -38,10 +38,13 @@ for line in sys.stdin:
     open(path, "w", encoding="utf-8").write(o["text"])
 ' "$work/msg" "$work/txt"
 
-# A private configuration named $1 indexing the tree $2.
+# A private configuration named $1 indexing the tree $2. The indexer keeps
+# normal priority: at its default (nice 19, idle I/O) any other work on the
+# machine would decide the timings.
 configure() {
   mkdir -p "$work/$1"
-  printf 'topdirs = %s\nnoaspell = 1\nloglevel = 1\nlogfilename = %s\n' "$work/$2" "$work/$1/log" > "$work/$1/recoll.conf"
+  printf 'topdirs = %s\nnoaspell = 1\nloglevel = 1\nlogfilename = %s\nidxniceprio = 0\nmonioniceclass = 2\n' \
+    "$work/$2" "$work/$1/log" > "$work/$1/recoll.conf"
 }
 configure execm msg
 "$tessivo" recoll-setup --config "$work/execm" > /dev/null

@@ -74,6 +74,8 @@ echo "indexed by Baloo without its text"
 "$tessivo" baloo-setup "$home/mail" || fail "baloo-setup failed"
 wait_for found || fail "not found by its body word after baloo-setup"
 echo "found by its body word after baloo-setup"
+balooshow "$message" 2> /dev/null | grep -q 'Title: Message for the search hosts' ||
+  fail "balooshow does not show the subject as the title"
 
 "$tessivo" baloo-setup "$home/mail" || fail "baloo-setup failed the second time"
 wait_for found || fail "not found by its body word after a second baloo-setup"

@@ -101,15 +101,39 @@ TEST_F(RecollHandlerTest, AnswersEveryKindOfFileInOneProcess) {
                              fileRequest("text.msg") + fileRequest("missing.msg") + fileRequest("a.msg"));
     ASSERT_EQ(all.size(), 6u);
     const Request text{{"document", "Dear Ann, the walrus"},
+                       {"title", "Message for the search hosts"},
                        {"mimetype", "text/plain"},
                        {"charset", "utf-8"},
                        {"eofnext", ""}};
     EXPECT_EQ(all[0], text);
     EXPECT_EQ(all[1], (Request{{"eofnow", ""}}));  // one document per file
-    EXPECT_EQ(all[2].at("document"), "");          // indexed by name, not failed
+    EXPECT_EQ(all[2].at("document"), "");          // indexed by name and subject, not failed
+    EXPECT_EQ(all[2].at("title"), "Subject only");
     EXPECT_EQ(all[3], (Request{{"fileerror", ""}}));
     EXPECT_EQ(all[4], (Request{{"fileerror", ""}}));
     EXPECT_EQ(all[5], text);  // the same file again, as for a preview
+}
+
+TEST_F(RecollHandlerTest, GivesSubjectSenderRecipientsDateAndAttachmentsAsFields) {
+    const testing::MailFacts facts{
+        .subject = "Quarterly figures",
+        .senderName = "Jane Roe",
+        .senderAddress = "jane@example.com",
+        .recipients = {{"Ann Lee", "ann@example.org"}, {"bob@example.net", "bob@example.net"}},
+        .deliveredAt = 1700000000,
+        .attachmentNames = {"budget plan.xlsx", "Отчёт.pdf"}};
+    ASSERT_TRUE(testing::writeFile(dir_ / "mail.msg", testing::makeMailMessage(facts, "The numbers are in")));
+    const auto all = answers(fileRequest("mail.msg"));
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_EQ(all[0], (Request{{"document", "The numbers are in"},
+                               {"title", "Quarterly figures"},
+                               {"author", "Jane Roe <jane@example.com>"},
+                               {"recipient", "Ann Lee <ann@example.org>, bob@example.net"},
+                               {"modificationdate", "1700000000"},
+                               {"attachment", "budget plan.xlsx, Отчёт.pdf"},
+                               {"mimetype", "text/plain"},
+                               {"charset", "utf-8"},
+                               {"eofnext", ""}}));
 }
 
 TEST_F(RecollHandlerTest, InnerDocumentsDoNotExist) {

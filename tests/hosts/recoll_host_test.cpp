@@ -88,6 +88,39 @@ TEST_F(RecollHostTest, FindsEachMessageThroughItsOnlyBody) {
     EXPECT_LE(starts, 2u) << log;
 }
 
+TEST_F(RecollHostTest, FindsMessagesBySubjectSenderRecipientAndAttachment) {
+    const MailFacts jane{
+        .subject = "Quarterly walrus figures",
+        .senderName = "Jane Roe",
+        .senderAddress = "jane@example.com",
+        .recipients = {{"Ann Lee", "ann@example.org"}},
+        .deliveredAt = 1700000000,
+        .attachmentNames = {"budget-forecast.xlsx"}};
+    const MailFacts bob{
+        .subject = "Lunch on Friday",
+        .senderName = "Bob Stone",
+        .senderAddress = "bob@example.net",
+        .recipients = {{"Carl Moss", "carl@example.org"}},
+        .deliveredAt = 1600000000,
+        .attachmentNames = {"menu.pdf"}};
+    ASSERT_TRUE(writeFile(docs() / "jane.msg", makeMailMessage(jane, "Numbers attached")));
+    ASSERT_TRUE(writeFile(docs() / "bob.msg", makeMailMessage(bob, "Numbers later")));
+    setUp();
+    index();
+
+    EXPECT_EQ(query("title:walrus"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("title:numbers"), "");  // a body word, not a subject word
+    EXPECT_EQ(query("author:jane"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("author:stone"), url(docs() / "bob.msg"));
+    EXPECT_EQ(query("recipient:carl"), url(docs() / "bob.msg"));
+    EXPECT_EQ(query("attachment:forecast"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("menu"), url(docs() / "bob.msg"));  // attachment names are plain words too
+    // The result list shows the subject as the title and the delivery time as the date.
+    const std::string fields = runCommand("recollq -c " + conf() + " -m walrus 2>/dev/null").out;
+    EXPECT_NE(fields.find("title = Quarterly walrus figures"), std::string::npos) << fields;
+    EXPECT_NE(fields.find("dmtime = 01700000000"), std::string::npos) << fields;
+}
+
 TEST_F(RecollHostTest, PstFilesStayWithRecollsOwnHandler) {
     ASSERT_TRUE(writeMessage(docs() / "note.msg", BodyKind::Html, "quince"));
     ASSERT_TRUE(writeFile(docs() / "mailbox.pst", Bytes{'!', 'B', 'D', 'N', 0, 0, 0, 0}));
