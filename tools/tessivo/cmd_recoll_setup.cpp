@@ -120,8 +120,9 @@ void addRecollSetupCommand(CLI::App& app, int& status) {
     cmd->footer(
         "Merges Tessivo's entries into mimemap, mimeconf, mimeview and fields in the configuration folder: "
         ".msg files get the content type application/x-outlook-msg (so that .pst files stay with Recoll's "
-        "own handler) and are read by this tessivo command as a persistent handler. Other settings stay as "
-        "they are; an earlier "
+        "own handler) and are read by this tessivo command as a persistent handler, with subject, sender, "
+        "recipients, date and attachment names as the fields title, author, recipient, the document date "
+        "and attachment. Other settings stay as they are; an earlier "
         "definition of the same names is commented out, and a file that changes is first copied to "
         "FILE.tessivo-bak. Running it again changes nothing; run it again after moving tessivo. "
         "--undo removes the entries and puts the commented-out definitions back.");
