@@ -1,5 +1,5 @@
 // A message file as the dump, summary and attachments commands read it:
-// the whole file (mapped, or standard input for "-") and its detected format.
+// the whole file (or standard input for "-") in memory, and its detected format.
 //
 //   auto input = openMessageFile(path);
 //   if (auto* reason = std::get_if<std::string>(&input)) report(*reason);
@@ -11,24 +11,25 @@
 #include <variant>
 
 #include "message_formats.h"
-#include "tessivo/foundation/mapped_file.h"
 
 namespace tessivo::cli {
 
 class MessageFile {
 public:
-    MessageFile(std::variant<MappedFile, Bytes> content);
+    explicit MessageFile(Bytes content);
 
-    ByteView bytes() const;
+    ByteView bytes() const { return content_; }
     const MessageFormat& format() const { return *format_; }
 
 private:
-    std::variant<MappedFile, Bytes> content_;
+    Bytes content_;
     const MessageFormat* format_;
 };
 
-// Reads path ("-": standard input); the reason in words when it cannot be
-// read or is empty.
+// Reads path ("-": standard input) with read(2), never mapping it: a file
+// that shrinks while it is read gives what it held, not a crash (and many
+// small files read faster than they map). The reason in words when it
+// cannot be read or is empty.
 std::variant<MessageFile, std::string> openMessageFile(const std::string& path);
 
 // The reader of the file's format; null, with reason set, when this build
