@@ -146,6 +146,9 @@ TEST(MimeReaderContentTypeTest, ParametersGiveTheBoundaryLineAndTheLastOtherPiec
     EXPECT_FALSE(MIMEReader::setContentParameters(u"multipart/mixed; boundary=").contains(u"boundary"));
     EXPECT_EQ(text(MIMEReader::setContentParameters(u"a; boundary=x; boundary=y"), u"boundary"), "--y");
     EXPECT_EQ(text(MIMEReader::setContentParameters(u""), u"type"), "");
+    using Keys = std::vector<icu::UnicodeString>;
+    EXPECT_EQ(MIMEReader::setContentParameters(u"multipart/mixed; boundary=b").keys(), (Keys{u"type", u"boundary"}));
+    EXPECT_EQ(MIMEReader::setContentParameters(u"boundary=b; x; y").keys(), (Keys{u"boundary", u"type"}));
 }
 
 TEST(MimeReaderContentTypeTest, TransferEncodingInThreeKinds) {
@@ -174,11 +177,11 @@ TEST(MimeReaderFileNameTest, DispositionGivesEverythingAfterFilenameLowerCased) 
 TEST(MimeReaderFileNameTest, DescriptionNamesOnlyAPartWithoutAName) {
     EXPECT_EQ(text(withHeader("Content-Description", "\"Quarterly Report\""), u"fileName"), "quarterly report");
     EXPECT_EQ(text(readMime("Received: x\nContent-Disposition: attachment; filename=a.pdf\n"
-                        "Content-Description: b.pdf\n\n"),
+                            "Content-Description: b.pdf\n\n"),
                    u"fileName"),
               "a.pdf");
     EXPECT_EQ(text(readMime("Received: x\nContent-Description: b.pdf\n"
-                        "Content-Disposition: attachment; filename=a.pdf\n\n"),
+                            "Content-Disposition: attachment; filename=a.pdf\n\n"),
                    u"fileName"),
               "a.pdf");
     // Windows-1255 words are decoded (after lower-casing, so a payload whose
@@ -275,7 +278,8 @@ TEST(MimeReaderMultipartTest, ReadingResumesWhereTheLineCountsOfThePiecesLead) {
 }
 
 TEST(MimeReaderMultipartTest, ABoundaryMetAgainGivesItsPartsAgain) {
-    const Dictionary mail = readMime("Received: x\nContent-Type: multipart/mixed; boundary=b\n\n--b\nX: 1\n--b\n--b--\n");
+    const Dictionary mail =
+        readMime("Received: x\nContent-Type: multipart/mixed; boundary=b\n\n--b\nX: 1\n--b\n--b--\n");
     EXPECT_EQ(column(parts(mail), u"content"), (std::vector<std::string>{"1", "1"}));
 }
 
@@ -284,7 +288,7 @@ TEST(MimeReaderMultipartTest, TheBoundaryIsFoundInsideLinesToo) {
     // last line, which is never read.
     const std::vector<Dictionary> list =
         parts(readMime("Received: x\nContent-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: text/plain\n\nsee "
-                   "x--by\n--b--\n"));
+                       "x--by\n--b--\n"));
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(text(list[0], u"contentType"), "text");
     EXPECT_FALSE(list[0].contains(u"content"));

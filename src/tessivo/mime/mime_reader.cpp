@@ -48,6 +48,42 @@ icu::UnicodeString pathExtension(const icu::UnicodeString& path) {
     return icu::UnicodeString(path, dot + 1, end - dot - 1);
 }
 
+// What setContentParameters keeps of a Content-Type value: the last
+// boundary line, the last other piece as written, and which came first.
+struct ContentParameters {
+    std::optional<icu::UnicodeString> boundary;
+    std::optional<icu::UnicodeString> type;
+    bool boundaryFirst = false;
+};
+
+ContentParameters contentParameters(const icu::UnicodeString& value) {
+    ContentParameters found;
+    std::int32_t typeStart = 0;
+    std::int32_t typeEnd = -1;
+    for (std::int32_t start = 0;;) {
+        std::int32_t end = value.indexOf(u';', start);
+        if (end < 0) end = value.length();
+        const std::int32_t equals = value.indexOf(u'=', start, end - start);
+        if (equals >= 0 && equals + 1 < end &&
+            MIMEReader::trimmedLower(value.tempSubString(start, equals - start)) == u"boundary") {
+            if (!found.boundary && typeEnd < 0) found.boundaryFirst = true;
+            found.boundary = icu::UnicodeString(u"--").append(
+                trim(withoutQuotes(value.tempSubString(equals + 1, end - equals - 1)), whitespaceAndNewlineSet()));
+        } else {
+            typeStart = start;
+            typeEnd = end;
+        }
+        if (end == value.length()) break;
+        start = end + 1;
+    }
+    if (typeEnd >= 0) found.type = icu::UnicodeString(value, typeStart, typeEnd - typeStart);
+    return found;
+}
+
+bool isHeader(const icu::UnicodeString& name, const char16_t* lowerCaseName) {
+    return name.caseCompare(lowerCaseName, U_FOLD_CASE_DEFAULT) == 0;
+}
+
 // Text gathered from stretches of the message: neighbouring stretches merge,
 // so a body read line by line is copied once, in one piece.
 class TextBuilder {
@@ -169,23 +205,23 @@ private:
     }
 
     void storeHeader(const icu::UnicodeString& name, const icu::UnicodeString& value) {
-        if (equalsCaseInsensitive(name, u"content-type")) {
+        if (isHeader(name, u"content-type")) {
             storeContentType(value);
         } else if (name == u"From" || name == u"To" || name == u"CC" || name == u"BCC") {
             part_.set(name, Value(processEmailAddresses(value)));
-        } else if (equalsCaseInsensitive(name, u"content-transfer-encoding")) {
+        } else if (isHeader(name, u"content-transfer-encoding")) {
             const icu::UnicodeString lower = toLower(value);
             part_.set(u"encodingType", lower.indexOf(u"base64") >= 0             ? u"base64"
                                        : lower.indexOf(u"quoted-printable") >= 0 ? u"quoted-printable"
                                                                                  : u"text");
-        } else if (equalsCaseInsensitive(name, u"content-description")) {
+        } else if (isHeader(name, u"content-description")) {
             if (!part_.contains(u"fileName")) storeDescribedFileName(value);
-        } else if (equalsCaseInsensitive(name, u"content-disposition")) {
+        } else if (isHeader(name, u"content-disposition")) {
             const icu::UnicodeString disposition = withoutQuotes(MIMEReader::trimmedLower(value));
             // Everything after "filename=", later parameters included.
             const std::int32_t at = disposition.indexOf(u"filename=");
             if (at >= 0) part_.set(u"fileName", Value(icu::UnicodeString(disposition, at + 9)));
-        } else if (equalsCaseInsensitive(name, u"content-id")) {
+        } else if (isHeader(name, u"content-id")) {
             const icu::UnicodeString id = MIMEReader::trimmedLower(value);
             part_.set(u"Content-Id", Value(replaceAll(replaceAll(id, u"<", u""), u">", u"")));
         } else {
@@ -194,9 +230,7 @@ private:
     }
 
     void storeContentType(const icu::UnicodeString& value) {
-        parameters_ = MIMEReader::setContentParameters(value);
-        const Value* boundary = parameters_.get(u"boundary");
-        boundary_ = boundary ? std::optional(*boundary->string()) : std::nullopt;
+        boundary_ = contentParameters(value).boundary;
 
         std::int32_t firstEnd = value.indexOf(u';');
         if (firstEnd < 0) firstEnd = value.length();
@@ -270,8 +304,7 @@ private:
     const int depth_;
 
     Dictionary part_;
-    Dictionary parameters_;
-    std::optional<icu::UnicodeString> boundary_;  // parameters_["boundary"]
+    std::optional<icu::UnicodeString> boundary_;  // of the last Content-Type
     std::optional<icu::UnicodeString> headerName_;
     TextBuilder value_;
     TextBuilder body_;
@@ -329,21 +362,11 @@ void MIMEReader::appendPart(Dictionary part) {
 }
 
 Dictionary MIMEReader::setContentParameters(const icu::UnicodeString& value) {
+    const ContentParameters found = contentParameters(value);
     Dictionary parameters;
-    for (std::int32_t start = 0;;) {
-        std::int32_t end = value.indexOf(u';', start);
-        if (end < 0) end = value.length();
-        const icu::UnicodeString piece(value, start, end - start);
-        const std::int32_t equals = piece.indexOf(u'=');
-        if (equals >= 0 && equals + 1 < piece.length() && trimmedLower(piece.tempSubString(0, equals)) == u"boundary")
-            parameters.set(u"boundary",
-                           Value(icu::UnicodeString(u"--").append(
-                               trim(withoutQuotes(piece.tempSubString(equals + 1)), whitespaceAndNewlineSet()))));
-        else
-            parameters.set(u"type", Value(piece));
-        if (end == value.length()) break;
-        start = end + 1;
-    }
+    if (found.type && !found.boundaryFirst) parameters.set(u"type", Value(*found.type));
+    if (found.boundary) parameters.set(u"boundary", Value(*found.boundary));
+    if (found.type && found.boundaryFirst) parameters.set(u"type", Value(*found.type));
     return parameters;
 }
 
