@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <unicode/uniset.h>
+#include <unicode/ustring.h>
 
 #include "tessivo/foundation/text.h"
 #include "tessivo/mime/email_addresses.h"
@@ -80,8 +81,10 @@ ContentParameters contentParameters(const icu::UnicodeString& value) {
     return found;
 }
 
-bool isHeader(const icu::UnicodeString& name, const char16_t* lowerCaseName) {
-    return name.caseCompare(lowerCaseName, U_FOLD_CASE_DEFAULT) == 0;
+bool isHeader(const icu::UnicodeString& name, std::u16string_view lowerCaseName) {
+    UErrorCode ec = U_ZERO_ERROR;
+    return u_strCaseCompare(name.getBuffer(), name.length(), lowerCaseName.data(),
+                            static_cast<std::int32_t>(lowerCaseName.size()), U_FOLD_CASE_DEFAULT, &ec) == 0;
 }
 
 // Text gathered from stretches of the message: neighbouring stretches merge,
@@ -207,7 +210,8 @@ private:
     void storeHeader(const icu::UnicodeString& name, const icu::UnicodeString& value) {
         if (isHeader(name, u"content-type")) {
             storeContentType(value);
-        } else if (name == u"From" || name == u"To" || name == u"CC" || name == u"BCC") {
+        } else if (const std::u16string_view n = viewOf(name);
+                   n == u"From" || n == u"To" || n == u"CC" || n == u"BCC") {
             part_.set(name, Value(processEmailAddresses(value)));
         } else if (isHeader(name, u"content-transfer-encoding")) {
             const icu::UnicodeString lower = toLower(value);
