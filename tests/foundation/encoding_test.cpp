@@ -93,6 +93,24 @@ TEST(EncodingTest, Utf8DecodingAgreesWithIcuOnTheWhole) {
     }
 }
 
+// The detector judges the lines that hold 8-bit bytes: Russian after 100 KB
+// of ASCII lines is found as such, and no faster or slower for the ASCII.
+TEST(EncodingTest, DetectionJudgesTheLinesWithEightBitBytes) {
+    const Encoding suggested[] = {UTF8, ISOLatin1, Windows1252};
+    const std::string russian =  // "Hello! This letter is written in Russian ..." in Windows-1251
+        "\xcf\xf0\xe8\xe2\xe5\xf2! \xdd\xf2\xee \xef\xe8\xf1\xfc\xec\xee \xed\xe0\xef\xe8\xf1\xe0\xed\xee "
+        "\xef\xee-\xf0\xf3\xf1\xf1\xea\xe8, \xf7\xf2\xee\xe1\xfb \xef\xf0\xee\xe2\xe5\xf0\xe8\xf2\xfc, \xea\xe0\xea "
+        "\xee\xef\xf0\xe5\xe4\xe5\xeb\xff\xe5\xf2\xf1\xff \xea\xee\xe4\xe8\xf0\xee\xe2\xea\xe0 \xf2\xe5\xea\xf1\xf2\xe0 "
+        "\xe2 \xef\xee\xf7\xf2\xee\xe2\xee\xec \xf1\xee\xee\xe1\xf9\xe5\xed\xe8\xe8.\n";
+    std::string text;
+    while (text.size() < 100 * 1024) text += "Received: from a.example.com by b.example.com\n";
+    const auto alone = detectEncoding(bytesOf(russian), suggested);
+    const auto afterAscii = detectEncoding(bytesOf(text + russian), suggested);
+    ASSERT_TRUE(alone && afterAscii);
+    EXPECT_EQ(alone->encoding, Windows1251);
+    EXPECT_EQ(afterAscii->encoding, Windows1251);
+}
+
 TEST(EncodingTest, UnicodeWithMarkHonoursOrLooksPastTheMark) {
     EXPECT_EQ(decode(bytesOf({0xFE, 0xFF, 0, 'A'}), UTF16), icu::UnicodeString(u"A"));
     EXPECT_EQ(decode(bytesOf({0xFF, 0xFE, 'A', 0}), UTF16), icu::UnicodeString(u"A"));

@@ -18,7 +18,7 @@ namespace {
 
 // ICU works with 32-bit lengths; a decoded string may take two units per byte.
 constexpr std::size_t kMaxBytes = INT32_MAX / 2;
-// The charset detector looks at this many leading bytes at most.
+// The charset detector reads this many bytes at most.
 constexpr std::size_t kDetectPrefixBytes = 64 * 1024;
 // Detector confidence (0-100) from which a guess outside the suggestions is
 // taken; short texts give the detector little to go on.
@@ -449,13 +449,38 @@ struct Guess {
     int32_t score;
 };
 
+// The bytes the charset detector judges: for text without NUL bytes, its
+// lines that hold a byte of 0x80 or above, up to kDetectPrefixBytes of them;
+// otherwise the first kDetectPrefixBytes. ASCII lines say nothing about which
+// 8-bit charset a text is in, while the detector's work grows with every byte
+// it reads, and mail is mostly ASCII (headers, base64, markup). NUL bytes mark
+// UTF-16 or UTF-32 without a byte-order mark, whose units lines would cut.
+ByteView detectorSample(ByteView bytes, Bytes& sample) {
+    if (std::memchr(bytes.data(), 0, bytes.size())) return bytes.first(std::min(bytes.size(), kDetectPrefixBytes));
+    for (std::size_t start = 0; start < bytes.size() && sample.size() < kDetectPrefixBytes;) {
+        const void* lineFeed = std::memchr(bytes.data() + start, '\n', bytes.size() - start);
+        const std::size_t end =
+            lineFeed ? static_cast<std::size_t>(static_cast<const std::uint8_t*>(lineFeed) - bytes.data()) + 1
+                     : bytes.size();
+        std::uint8_t any = 0;
+        for (std::size_t i = start; i < end; ++i) any |= bytes[i];
+        if (any & 0x80) {
+            const std::size_t take = std::min(end, start + kDetectPrefixBytes - sample.size());
+            sample.insert(sample.end(), bytes.data() + start, bytes.data() + take);
+        }
+        start = end;
+    }
+    return sample;
+}
+
 std::vector<Guess> detectorGuesses(ByteView bytes, std::span<const Encoding> suggested) {
     std::vector<Guess> guesses;
     UErrorCode ec = U_ZERO_ERROR;
     std::unique_ptr<UCharsetDetector, DetectorCloser> det(ucsdet_open(&ec));
     if (U_FAILURE(ec)) return guesses;
-    const std::size_t n = std::min(bytes.size(), kDetectPrefixBytes);
-    ucsdet_setText(det.get(), reinterpret_cast<const char*>(bytes.data()), static_cast<int32_t>(n), &ec);
+    Bytes storage;
+    const ByteView sample = detectorSample(bytes, storage);
+    ucsdet_setText(det.get(), reinterpret_cast<const char*>(sample.data()), static_cast<int32_t>(sample.size()), &ec);
     int32_t count = 0;
     const UCharsetMatch** matches = ucsdet_detectAll(det.get(), &count, &ec);
     if (U_FAILURE(ec) || !matches) return guesses;
