@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <set>
+
+#include <unicode/ustring.h>
 
 #include "tessivo/foundation/encoding.h"
 
@@ -59,6 +62,53 @@ TEST(EncodingTest, DecodesEachFamily) {
     EXPECT_EQ(decode(bytesOf({'a', 0x80, 0xFD}), NeXTSTEP), icu::UnicodeString(u"a\u00A0ÿ"));
     EXPECT_EQ(decode(bytesOf({'a', 0x61, 0xA0}), Symbol), icu::UnicodeString(u"αα€"));
     EXPECT_EQ(decode({}, UTF16LE), icu::UnicodeString());
+}
+
+// UTF-8 decoding widens ASCII blocks itself and hands the rest to ICU in
+// stretches; the result must be ICU's on the whole buffer, failures included.
+TEST(EncodingTest, Utf8DecodingAgreesWithIcuOnTheWhole) {
+    const std::vector<Bytes> pieces = {bytesOf("plain ascii text, long enough to fill a block or two"),
+                                       bytesOf("caf\xC3\xA9"), bytesOf("\xE2\x82\xAC"), bytesOf("\xF0\x9F\x98\x80"),
+                                       bytesOf({0}), bytesOf({0xC3}), bytesOf({0x80}), bytesOf({0xED, 0xA0, 0x80}),
+                                       bytesOf({0xFF})};
+    std::mt19937 random(88);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes bytes;
+        for (int n = static_cast<int>(random() % 12); n > 0; --n) {
+            // Mostly valid pieces, so that long valid buffers occur too.
+            const Bytes& piece = pieces[random() % 4 ? random() % 5 : random() % pieces.size()];
+            bytes.insert(bytes.end(), piece.begin(), piece.end());
+        }
+        if (bytes.empty()) continue;
+        std::u16string whole(bytes.size(), u'\0');
+        int32_t length = 0;
+        UErrorCode ec = U_ZERO_ERROR;
+        u_strFromUTF8(whole.data(), static_cast<int32_t>(whole.size()), &length,
+                      reinterpret_cast<const char*>(bytes.data()), static_cast<int32_t>(bytes.size()), &ec);
+        const auto decoded = decode(bytes, UTF8);
+        ASSERT_EQ(decoded.has_value(), U_SUCCESS(ec)) << round;
+        if (decoded) {
+            EXPECT_EQ(*decoded, icu::UnicodeString(whole.data(), length)) << round;
+        }
+    }
+}
+
+// The detector judges the lines that hold 8-bit bytes: Russian after 100 KB
+// of ASCII lines is found as such, and no faster or slower for the ASCII.
+TEST(EncodingTest, DetectionJudgesTheLinesWithEightBitBytes) {
+    const Encoding suggested[] = {UTF8, ISOLatin1, Windows1252};
+    const std::string russian =  // "Hello! This letter is written in Russian ..." in Windows-1251
+        "\xcf\xf0\xe8\xe2\xe5\xf2! \xdd\xf2\xee \xef\xe8\xf1\xfc\xec\xee \xed\xe0\xef\xe8\xf1\xe0\xed\xee "
+        "\xef\xee-\xf0\xf3\xf1\xf1\xea\xe8, \xf7\xf2\xee\xe1\xfb \xef\xf0\xee\xe2\xe5\xf0\xe8\xf2\xfc, \xea\xe0\xea "
+        "\xee\xef\xf0\xe5\xe4\xe5\xeb\xff\xe5\xf2\xf1\xff \xea\xee\xe4\xe8\xf0\xee\xe2\xea\xe0 \xf2\xe5\xea\xf1\xf2\xe0 "
+        "\xe2 \xef\xee\xf7\xf2\xee\xe2\xee\xec \xf1\xee\xee\xe1\xf9\xe5\xed\xe8\xe8.\n";
+    std::string text;
+    while (text.size() < 100 * 1024) text += "Received: from a.example.com by b.example.com\n";
+    const auto alone = detectEncoding(bytesOf(russian), suggested);
+    const auto afterAscii = detectEncoding(bytesOf(text + russian), suggested);
+    ASSERT_TRUE(alone && afterAscii);
+    EXPECT_EQ(alone->encoding, Windows1251);
+    EXPECT_EQ(afterAscii->encoding, Windows1251);
 }
 
 TEST(EncodingTest, UnicodeWithMarkHonoursOrLooksPastTheMark) {
