@@ -325,8 +325,12 @@ TEST(MoleTest, ListingsLogWhatEachQuestionOfAPathWouldLog) {
     EXPECT_EQ(log.lines(), (std::vector<std::string>{cycle, cycle, circular}));
     for (int kind = 0; kind < 3; ++kind) {
         log.clear();
-        if (kind == 0) EXPECT_EQ(keysOf(mole.getOLEDictionary()), (std::vector<std::string>{"a", "c"}));
-        if (kind == 1) EXPECT_EQ(mole.getOLEArray().size(), 3u);
+        if (kind == 0) {
+            EXPECT_EQ(keysOf(mole.getOLEDictionary()), (std::vector<std::string>{"a", "c"}));
+        }
+        if (kind == 1) {
+            EXPECT_EQ(mole.getOLEArray().size(), 3u);
+        }
         if (kind == 2) mole.getOLEDictionaryWithContents(std::vector<icu::UnicodeString>{u"b", u"c"});
         EXPECT_EQ(log.lines(), (std::vector<std::string>{cycle, cycle, circular, circular})) << kind;
     }

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <set>
+
+#include <unicode/ustring.h>
 
 #include "support/bytes.h"
 #include "tessivo/foundation/encoding.h"

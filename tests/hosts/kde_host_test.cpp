@@ -7,6 +7,7 @@
 #include <KFileMetaData/ExtractorCollection>
 #include <KFileMetaData/SimpleExtractionResult>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QMimeDatabase>
 #include <gtest/gtest.h>
 
@@ -96,6 +97,30 @@ TEST_F(KdeHostTest, FileShrinkingWhileItIsRead) {
         const QString text = extractText(file.path(), KFileMetaData::ExtractionResult::ExtractPlainText);
         EXPECT_TRUE(text.isEmpty() || text.startsWith(QStringLiteral("heron "))) << text.left(40).toStdString();
     }
+}
+
+TEST_F(KdeHostTest, GivesSubjectSenderAndDateAsProperties) {
+    const MailFacts facts{
+        .subject = "Квартальный отчёт",
+        .senderName = "Jane Roe",
+        .senderAddress = "jane@example.com",
+        .recipients = {{"Ann Lee", "ann@example.org"}},
+        .deliveredAt = 1700000000};
+    const fs::path file = *root_ / "mail.msg";
+    ASSERT_TRUE(writeFile(file, makeMailMessage(facts, "The numbers are in")));
+    KFileMetaData::ExtractorCollection collection;
+    const auto extractors = collection.fetchExtractors(kOutlookType);
+    ASSERT_EQ(extractors.size(), 1);
+    KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), kOutlookType,
+                                                 KFileMetaData::ExtractionResult::ExtractEverything);
+    extractors.front()->extract(&result);
+    const auto properties = result.properties();
+    EXPECT_EQ(properties.value(KFileMetaData::Property::Title).toString(), QStringLiteral("Квартальный отчёт"));
+    EXPECT_EQ(properties.value(KFileMetaData::Property::Author).toString(),
+              QStringLiteral("Jane Roe <jane@example.com>"));
+    EXPECT_EQ(properties.value(KFileMetaData::Property::CreationDate).toDateTime(),
+              QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC));
+    EXPECT_EQ(result.text().trimmed(), QStringLiteral("The numbers are in"));
 }
 
 TEST_F(KdeHostTest, MimePackageNamesMsgFilesOutlookMessages) {

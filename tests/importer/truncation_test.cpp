@@ -90,8 +90,9 @@ TEST(TruncatedCorpus, CutsReadAsTheirZeroPaddedTwins) {
             EXPECT_EQ(fromCut.outcome, fromTwin.outcome) << "cut " << cut;
             EXPECT_TRUE(fromCut.wholeText() == fromTwin.wholeText()) << "cut " << cut;
             // Documents that open have result code 0; compare the others' codes.
-            if (fromCut.outcome == Outcome::NotMessage || fromTwin.outcome == Outcome::NotMessage)
+            if (fromCut.outcome == Outcome::NotMessage || fromTwin.outcome == Outcome::NotMessage) {
                 EXPECT_EQ(resultCode(cutBytes), resultCode(padded)) << "cut " << cut;
+            }
             withText += fromCut.outcome == Outcome::Text;
         }
     }

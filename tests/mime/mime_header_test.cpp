@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <utility>
+#include <vector>
+
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/regex.h"
+#include "tessivo/mime/encoded_words.h"
 #include "tessivo/mime/mime_strings.h"
 
 namespace tessivo {
@@ -72,6 +78,25 @@ TEST(DecodeMimeHeaderTest, WordsMustEndBeforeWhiteSpaceOrTheEnd) {
     // A word does not span a line break.
     EXPECT_EQ(decodeMimeHeader(u"=?utf-8?Q?a\n?= b"), u"=?utf-8?Q?a\n?= b");
     EXPECT_EQ(decodeMimeHeader(u"x=?utf-8?Q?a?=\nb"), u"xa\nb");
+}
+
+// The linear finder against the expression it stands for, on random values
+// made of the characters that matter: markers, white space of several kinds,
+// line terminators, a lone surrogate.
+TEST(DecodeMimeHeaderTest, WordsFoundAsTheExpressionFindsThem) {
+    const auto expression = Regex::compile(u"=\\?(.*?)\\?=(?!\\S)", Regex::CaseInsensitive);
+    ASSERT_TRUE(expression);
+    const char16_t alphabet[] = {u'=', u'?', u'=', u'?', u'a', u'Q', u' ', u'\t', u'\n', u'\r',
+                                 0x0B,  0x0C,  0x85,  0xA0,  0x1680, 0x2028, 0x2029, 0x3000, 0xD83D};
+    std::mt19937 random(2047);
+    for (int round = 0; round < 20000; ++round) {
+        icu::UnicodeString value;
+        for (int i = static_cast<int>(random() % 24); i > 0; --i) value.append(alphabet[random() % std::size(alphabet)]);
+        std::vector<std::pair<std::int32_t, std::int32_t>> expected, found;
+        for (const auto& match : expression->allMatches(value)) expected.emplace_back(match.range().start, match.range().end);
+        for (const auto& word : findEncodedWords(value)) found.emplace_back(word.start, word.end);
+        ASSERT_EQ(found, expected) << toUtf8(value);
+    }
 }
 
 TEST(DecodeMimeHeaderTest, QuotedPrintableWordsKeepUnderscores) {

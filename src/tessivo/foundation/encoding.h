@@ -113,7 +113,10 @@ struct DetectedText {
 // Guesses the encoding of bytes and converts them. A byte-order mark or valid
 // UTF-8 decide at once; otherwise the charset detector's guesses are tried
 // best first (a suggested encoding wins ties, others must be confident), then
-// the suggested encodings in order, then the best guess with lossy conversion. With suggestedOnly only the suggested encodings are considered.
+// the suggested encodings in order, then the best guess with lossy conversion.
+// The detector judges the lines that hold bytes of 0x80 and above (64 KB of
+// them at most), or the first 64 KB of data with NUL bytes. With
+// suggestedOnly only the suggested encodings are considered.
 // nullopt for empty input or when nothing fits.
 std::optional<DetectedText> detectEncoding(ByteView bytes, std::span<const Encoding> suggested,
                                            bool suggestedOnly = false);

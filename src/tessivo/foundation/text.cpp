@@ -93,13 +93,16 @@ icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::Unicode
     return out;
 }
 
-std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator) {
+std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator,
+                                      CaseSensitivity cs) {
     std::vector<icu::UnicodeString> out;
     if (separator.isEmpty()) return {text};
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldSameLength(separator);
     int32_t pos = 0;
-    for (int32_t at = text.indexOf(separator, 0); at >= 0; at = text.indexOf(separator, pos)) {
+    for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
         out.emplace_back(text, pos, at - pos);
-        pos = at + separator.length();
+        pos = at + needle.length();
     }
     out.emplace_back(text, pos, text.length() - pos);
     return out;

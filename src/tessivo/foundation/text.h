@@ -39,7 +39,8 @@ icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::Unicode
 
 // Pieces between occurrences of separator, empty pieces kept (an empty text
 // gives one empty piece). An empty separator gives the text itself.
-std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator);
+std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator,
+                                      CaseSensitivity cs = CaseSensitive);
 // Pieces between characters of the set, empty pieces kept.
 std::vector<icu::UnicodeString> splitBySet(const icu::UnicodeString& text, const icu::UnicodeSet& separators);
 icu::UnicodeString join(const std::vector<icu::UnicodeString>& pieces, const icu::UnicodeString& separator);
