@@ -2,16 +2,16 @@
 
 #include <cmath>
 #include <mutex>
-#include <variant>
 
 #include <QDateTime>
 #include <QFile>
 #include <QLoggingCategory>
 
 #include "tessivo/foundation/log.h"
-#include "tessivo/foundation/mapped_file.h"
+#include "tessivo/foundation/file_bytes.h"
 #include "tessivo/importer/importer.h"
 #include "tessivo/importer/message_metadata.h"
+#include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo::kde {
 namespace {
@@ -35,9 +35,8 @@ void routeLogToQt() {
 // The text without the NUL characters that plain-text bodies may end in
 // (streams are read in whole sectors), as `tessivo text` prints it.
 QString searchableText(const icu::UnicodeString& text) {
-    int32_t end = text.length();
-    while (end > 0 && text.charAt(end - 1) == u'\0') --end;
-    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), end);
+    const icu::UnicodeString trimmed = WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(text);
+    return QString(reinterpret_cast<const QChar*>(trimmed.getBuffer()), trimmed.length());
 }
 
 QString qString(const icu::UnicodeString& text) {
@@ -67,12 +66,12 @@ void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
     result->addType(KFileMetaData::Type::Document);
     const auto flags = result->inputFlags();
     const std::string path = QFile::encodeName(result->inputUrl()).toStdString();
-    auto file = MappedFile::open(path);
-    if (const auto* reason = std::get_if<std::string>(&file)) {
-        qCDebug(lcTessivo, "%s: %s", path.c_str(), reason->c_str());
+    Bytes bytes;
+    std::string reason;
+    if (!readWholeFile(path, bytes, reason)) {
+        qCDebug(lcTessivo, "%s: %s", path.c_str(), reason.c_str());
         return;
     }
-    const ByteView bytes = std::get<MappedFile>(file).bytes();
     if (flags & KFileMetaData::ExtractionResult::ExtractMetaData)
         if (const auto facts = importer::msgMetadata(bytes)) addMetadata(*result, *facts);
     if (!(flags & KFileMetaData::ExtractionResult::ExtractPlainText)) return;

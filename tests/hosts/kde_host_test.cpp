@@ -14,6 +14,7 @@
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
 #include "support/corpus.h"
+#include "support/shrinking_file.h"
 
 namespace tessivo::testing {
 namespace {
@@ -84,6 +85,18 @@ TEST_F(KdeHostTest, MetadataOnlyRequestAndDamagedFileGiveNoText) {
     const fs::path broken = *root_ / "broken.msg";
     ASSERT_TRUE(writeFile(broken, damaged));
     EXPECT_FALSE(extractText(broken, KFileMetaData::ExtractionResult::ExtractPlainText).contains("heron"));
+}
+
+// A message that another process cuts short and writes again while the
+// plug-in reads it: never a crash, text as far as it was read or none.
+TEST_F(KdeHostTest, FileShrinkingWhileItIsRead) {
+    std::string words;
+    for (int i = 0; i < 100000; ++i) words += "heron ";
+    ShrinkingFile file(*root_ / "shrinking.msg", makeMessage(BodyKind::UnicodeText, words));
+    for (int i = 0; i < 30; ++i) {
+        const QString text = extractText(file.path(), KFileMetaData::ExtractionResult::ExtractPlainText);
+        EXPECT_TRUE(text.isEmpty() || text.startsWith(QStringLiteral("heron "))) << text.left(40).toStdString();
+    }
 }
 
 TEST_F(KdeHostTest, GivesSubjectSenderAndDateAsProperties) {

@@ -1,16 +1,12 @@
 #include "hosts/message_maker.h"
 
+#include "support/bytes.h"
 #include "support/cfb_writer.h"
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
 #include "support/msg_writer.h"
 
 namespace tessivo::testing {
-namespace {
-
-Bytes bytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
-}  // namespace
 
 std::string_view bodyKindName(BodyKind kind) {
     switch (kind) {

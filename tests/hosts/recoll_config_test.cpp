@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "hosts/run_command.h"
+#include "support/corpus.h"
 #include "recoll_config.h"
 
 namespace tessivo::cli::recoll {
@@ -121,9 +122,8 @@ protected:
     void TearDown() override { std::filesystem::remove_all(dir_); }
 
     static std::string read(const std::filesystem::path& path) {
-        std::stringstream s;
-        s << std::ifstream(path).rdbuf();
-        return s.str();
+        const Bytes bytes = testing::readFile(path);
+        return std::string(bytes.begin(), bytes.end());
     }
 
     testing::CommandResult setup(const std::string& options = "") {

@@ -45,6 +45,8 @@ TEST(DecodeMimeHeaderTest, DecodesBothMethods) {
     EXPECT_EQ(decodeMimeHeader(u"=?utf-8?q?Caf=C3=A9?="), u"Caf\u00E9");
     EXPECT_EQ(decodeMimeHeader(u"=?windows-1251?B?7/Do4uXy?="), u"\u043F\u0440\u0438\u0432\u0435\u0442");
     EXPECT_EQ(decodeMimeHeader(u"=?x-unknown?Q?abc?="), u"abc");
+    // A stated charset that does not fit falls back to Windows Latin 1.
+    EXPECT_EQ(decodeMimeHeader(u"=?utf-8?Q?caf=E9?="), u"caf\u00E9");
 }
 
 TEST(DecodeMimeHeaderTest, KeepsTextAroundAndBetweenWords) {
@@ -62,7 +64,7 @@ TEST(DecodeMimeHeaderTest, UndecodableWordsVanishWithoutAMessage) {
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?Q?b?c?= d"), u"a  d");           // four pieces
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?B?SGVsbG8?= d"), u"a  d");       // unpadded base64
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?B??= d"), u"a  d");              // empty text
-    EXPECT_EQ(decodeMimeHeader(u"=?utf-16be?B?2D0=?="), u"");                // lone surrogate
+    EXPECT_EQ(decodeMimeHeader(u"=?utf-16be?B?2D0A?="), u"");               // odd byte count
     decodeMimeHeader(u"=?utf-8?Q?a?= =?bad");
     EXPECT_TRUE(capture.lines().empty());
 }

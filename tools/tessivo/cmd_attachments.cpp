@@ -43,7 +43,7 @@ nlohmann::ordered_json listEntry(const MessageAttachment& attachment) {
 
 bool print(const std::string& line) {
     std::string text = line + '\n';
-    return writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    return writeOut(asBytes(text));
 }
 
 // One file's attachments saved, each path printed; false when one could not be saved.

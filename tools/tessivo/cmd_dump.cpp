@@ -64,7 +64,7 @@ int runDump(const DumpOptions& options, DictionaryOf which, const char* key) {
         if (!line["ok"].get<bool>()) status = kExitBadInput;
         std::string text = jsonLine(line);
         text += '\n';
-        if (!writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()))) {
+        if (!writeOut(asBytes(text))) {
             reportError("stdout", "write error");
             return kExitBadInput;
         }

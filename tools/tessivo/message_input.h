@@ -1,5 +1,5 @@
 // A message file as the dump, summary and attachments commands read it:
-// the whole file (or standard input for "-") in memory, and its detected format.
+// the whole file (or standard input for "-") and its detected format.
 //
 //   auto input = openMessageFile(path);
 //   if (auto* reason = std::get_if<std::string>(&input)) report(*reason);
@@ -18,7 +18,7 @@ class MessageFile {
 public:
     explicit MessageFile(Bytes content);
 
-    ByteView bytes() const { return content_; }
+    ByteView bytes() const;
     const MessageFormat& format() const { return *format_; }
 
 private:
@@ -26,10 +26,8 @@ private:
     const MessageFormat* format_;
 };
 
-// Reads path ("-": standard input) with read(2), never mapping it: a file
-// that shrinks while it is read gives what it held, not a crash (and many
-// small files read faster than they map). The reason in words when it
-// cannot be read or is empty.
+// Reads path ("-": standard input); the reason in words when it cannot be
+// read or is empty.
 std::variant<MessageFile, std::string> openMessageFile(const std::string& path);
 
 // The reader of the file's format; null, with reason set, when this build

@@ -2,10 +2,10 @@
 
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <system_error>
 
 #include "cli_io.h"
+#include "tessivo/foundation/file_bytes.h"
 
 namespace tessivo::cli {
 namespace {
@@ -15,12 +15,10 @@ namespace fs = std::filesystem;
 constexpr const char* kBackupSuffix = ".tessivo-bak";
 
 std::optional<std::string> readText(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) return std::nullopt;
-    return text.str();
+    Bytes bytes;
+    std::string reason;
+    if (!readWholeFile(path.string(), bytes, reason)) return std::nullopt;
+    return std::string(bytes.begin(), bytes.end());
 }
 
 bool writeText(const fs::path& path, const std::string& text) {

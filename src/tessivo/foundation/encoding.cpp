@@ -287,21 +287,8 @@ std::optional<icu::UnicodeString> decodeSingleByte(ByteView bytes, bool asciiOnl
     return out;
 }
 
-bool hasUnpairedSurrogate(const char16_t* s, int32_t n) {
-    for (int32_t i = 0; i < n; ++i) {
-        const char16_t c = s[i];
-        if (!U16_IS_SURROGATE(c)) continue;
-        if (U16_IS_SURROGATE_LEAD(c) && i + 1 < n && U16_IS_TRAIL(s[i + 1])) {
-            ++i;
-            continue;
-        }
-        return true;
-    }
-    return false;
-}
-
+// bytes holds an even number of bytes.
 std::optional<icu::UnicodeString> decodeUTF16(ByteView bytes, bool bigEndian) {
-    if (bytes.size() % 2 != 0) return std::nullopt;
     const auto units = static_cast<int32_t>(bytes.size() / 2);
     icu::UnicodeString out;
     char16_t* buf = out.getBuffer(units);
@@ -313,14 +300,31 @@ std::optional<icu::UnicodeString> decodeUTF16(ByteView bytes, bool bigEndian) {
         for (int32_t i = 0; i < units; ++i)
             buf[i] = static_cast<char16_t>(bytes[2 * i + hi] << 8 | bytes[2 * i + (1 - hi)]);
     }
-    const bool bad = hasUnpairedSurrogate(buf, units);
-    out.releaseBuffer(bad ? 0 : units);
-    if (bad) return std::nullopt;
+    // An unpaired surrogate is kept as the code unit it is, as the platform's decoder does.
+    out.releaseBuffer(units);
     return out;
 }
 
-// UTF16 and UTF32 take their byte order from a leading mark, little-endian without one.
+// Windows-1252 leaves five bytes undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D);
+// the converter maps them to the C1 controls of the same value, which no
+// defined byte gives. A strict decode fails on them; a lossy one substitutes.
+std::optional<icu::UnicodeString> withoutUndefinedWindows1252(icu::UnicodeString text, bool lossy) {
+    for (int32_t i = 0; i < text.length(); ++i) {
+        const char16_t c = text.charAt(i);
+        if (c != 0x81 && c != 0x8D && c != 0x8F && c != 0x90 && c != 0x9D) continue;
+        if (!lossy) return std::nullopt;
+        text.setCharAt(i, 0xFFFD);
+    }
+    return text;
+}
+
+// UTF16 and UTF32 take their byte order from a leading mark, little-endian
+// without one; UTF-8 drops a leading mark.
 std::pair<ByteView, Encoding> resolveMark(ByteView bytes, Encoding e) {
+    if (e == UTF8) {
+        if (bytes.size() >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) return {bytes.subspan(3), e};
+        return {bytes, e};
+    }
     if (e == UTF16) {
         if (bytes.size() >= 2 && bytes[0] == 0xFE && bytes[1] == 0xFF) return {bytes.subspan(2), UTF16BE};
         if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) return {bytes.subspan(2), UTF16LE};
@@ -343,17 +347,20 @@ std::optional<icu::UnicodeString> decodeImpl(ByteView bytes, Encoding encoding, 
     if (!info) return std::nullopt;
     if (body.empty()) return icu::UnicodeString();
     if (e == NeXTSTEP || e == Symbol) return decodeTable(body, e, lossy);
+    if ((e == UTF16LE || e == UTF16BE) && body.size() % 2 == 0) return decodeUTF16(body, e == UTF16BE);
     if (!lossy) {
         switch (e) {
             case UTF8: return decodeUTF8(body);
             case ASCII: return decodeSingleByte(body, true);
             case ISOLatin1: return decodeSingleByte(body, false);
-            case UTF16LE: return decodeUTF16(body, false);
-            case UTF16BE: return decodeUTF16(body, true);
+            case UTF16LE:
+            case UTF16BE: return std::nullopt;  // odd length
             default: break;
         }
     }
-    return decodeWithConverter(body, info->charset, lossy);
+    auto text = decodeWithConverter(body, info->charset, lossy);
+    if (text && e == Windows1252) return withoutUndefinedWindows1252(std::move(*text), lossy);
+    return text;
 }
 
 std::optional<Bytes> encodeSingleByte(const icu::UnicodeString& text, char16_t limit) {

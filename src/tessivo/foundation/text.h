@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include <unicode/uniset.h>
@@ -65,6 +66,10 @@ icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::U
 // Decodes %XX escapes (either hex case) as UTF-8 bytes. nullopt when a "%"
 // is not followed by two hex digits or the bytes are not valid UTF-8.
 std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text);
+
+// True when the bytes are well-formed UTF-8 (no overlong forms, surrogates
+// or code points above U+10FFFF). Texts over 2 GiB count as invalid.
+bool isValidUtf8(std::string_view bytes);
 
 // Upper and lower case with the root locale's rules.
 icu::UnicodeString toUpper(const icu::UnicodeString& text);
