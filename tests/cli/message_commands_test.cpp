@@ -10,6 +10,7 @@
 
 #include "hosts/run_command.h"
 #include "support/corpus.h"
+#include "support/mime_builder.h"
 #include "support/msg_writer.h"
 #include "tessivo/mime/base64.h"
 
@@ -33,7 +34,8 @@ protected:
         m.addAttachment().unicode(0x3707, "report.pdf").unicode(0x370E, "application/pdf").binary(0x3701, payload());
         m.addAttachment().unicode(0x3001, "Forwarded").embeddedMessage().unicode(0x0037, "Inner");
         ASSERT_TRUE(testing::writeFile(p("mail.msg"), m.build()));
-        ASSERT_TRUE(testing::writeFile(p("notes.txt"), ascii("From: a@example.com\r\n\r\nhi")));
+        ASSERT_TRUE(testing::writeFile(p("mail.eml"), mimeMessage().bytes(testing::MimePart::LineEnd::CRLF)));
+        ASSERT_TRUE(testing::writeFile(p("winmail.dat"), Bytes{0x78, 0x9F, 0x3E, 0x22, 0x00, 0x00}));
         ASSERT_TRUE(testing::writeFile(p("empty.msg"), Bytes{}));
         ASSERT_TRUE(testing::writeFile(p("broken.msg"), Bytes{0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1}));
     }
@@ -41,6 +43,20 @@ protected:
 
     // 5000 bytes: the stream holds ten 512-byte sectors, 5120 bytes.
     static Bytes payload() { return testing::pattern(5000, 3); }
+    static Bytes notes() { return ascii("one\n\ntwo = 2\n"); }
+
+    static testing::MimePart mimeMessage() {
+        using testing::MimePart;
+        MimePart mail = MimePart::multipart(
+            "mixed", {MimePart::text("plain", "See attached."),
+                      MimePart::attachment("application/pdf", "Report.PDF", payload()),
+                      MimePart::attachment("text/plain", "notes.txt", notes(), MimePart::Encoding::QuotedPrintable),
+                      MimePart::attachment("text/plain", "../../escape.txt", ascii("x"))});
+        mail.header("Received", "by test")
+            .header("From", "Ann <ann@example.com>")
+            .header("Subject", "Quarterly report");
+        return mail;
+    }
 
     std::string p(const std::string& name) const { return (dir_ / name).string(); }
     // Runs tessivo with args; stderr goes to a file read into err.
@@ -130,7 +146,7 @@ TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
 
 TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
     std::vector<std::string> err;
-    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("notes.txt")) + " " +
+    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("winmail.dat")) + " " +
                               testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("broken.msg")) + " " +
                               testing::shellQuote(p("mail.msg"));
     for (const char* command : {"dump", "summary"}) {
@@ -143,7 +159,7 @@ TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
             EXPECT_EQ(lines[i].size(), 3u) << command << i;
         }
         EXPECT_EQ(lines[0]["error"], "empty file: not a message");
-        EXPECT_EQ(lines[1]["error"], "not a message this build reads (mime)");
+        EXPECT_EQ(lines[1]["error"], "not a message this build reads (tnef)");
         EXPECT_EQ(lines[3]["error"], "too short for a compound document (fewer than 512 bytes)");
         EXPECT_EQ(lines[4]["ok"], true);
         ASSERT_EQ(err.size(), 4u) << command;
@@ -209,6 +225,37 @@ TEST_F(MessageCommandsTest, AttachmentsThatCannotBeReadWholeAreSavedAndReported)
     EXPECT_EQ(listed[0]["attachments"][0]["incomplete"], "only 5120 of its 8000 bytes could be read");
 }
 
+TEST_F(MessageCommandsTest, MimeMessagesGoThroughTheSameCommands) {
+    const std::string eml = testing::shellQuote(p("mail.eml"));
+    const auto dumped = jsonLines(run("dump " + eml).out);
+    ASSERT_EQ(dumped.size(), 1u);
+    EXPECT_EQ(dumped[0]["format"], "mime");
+    EXPECT_EQ(dumped[0]["dictionary"]["Subject"], "Quarterly report");
+    EXPECT_EQ(dumped[0]["dictionary"]["From"], ordered_json::parse(R"([{"Name":"Ann","Address":"ann@example.com"}])"));
+    EXPECT_EQ(dumped[0]["dictionary"]["MailContent"].size(), 4u);
+
+    const auto summary = jsonLines(run("summary " + eml).out);
+    ASSERT_EQ(summary.size(), 1u);
+    EXPECT_EQ(summary[0]["summary"], ordered_json::parse(R"({"Subject":"Quarterly report","Body":"See attached.",)"
+                                                         R"("From":"Ann","Date":"-","MIMEDate":"-"})"));
+
+    const auto listed = jsonLines(run("attachments --list " + eml).out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["attachments"],
+              ordered_json::parse(R"([{"name":"report.pdf","size":5000,"mimeType":"application/pdf"},)"
+                                  R"({"name":"notes.txt","size":16,"mimeType":"text/plain"},)"
+                                  R"({"name":"../../escape.txt","size":1,"mimeType":"text/plain"}])"));
+    // Saved decoded exactly; quoted-printable lines end as the message's do.
+    const fs::path out = dir_ / "eml-out";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + eml);
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out, (out / "report.pdf").string() + "\n" + (out / "notes.txt").string() + "\n" +
+                             (out / "_.._escape.txt").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "report.pdf"), payload());
+    EXPECT_EQ(testing::readFile(out / "notes.txt"), ascii("one\r\n\r\ntwo = 2\r\n"));
+    EXPECT_EQ(testing::readFile(out / "_.._escape.txt"), ascii("x"));
+}
+
 TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
     std::string nulAndNewline("a");
     nulAndNewline += '\0';
@@ -250,7 +297,8 @@ TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
     EXPECT_FALSE(fs::exists(dir_ / "victim.txt"));
     EXPECT_EQ(fs::path(printed[5]).extension(), ".txt");
     // Nothing appeared anywhere else.
-    const std::set<std::string> fixtures = {"mail.msg", "notes.txt", "empty.msg", "broken.msg", "hostile.msg", "stderr.txt"};
+    const std::set<std::string> fixtures = {"mail.msg",   "mail.eml",    "winmail.dat", "empty.msg",
+                                            "broken.msg", "hostile.msg", "stderr.txt"};
     for (const auto& entry : fs::recursive_directory_iterator(dir_)) {
         if (entry.is_directory() || entry.path().parent_path() == out) continue;
         EXPECT_TRUE(fixtures.count(entry.path().filename().string())) << entry.path();

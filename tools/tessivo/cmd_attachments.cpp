@@ -44,7 +44,7 @@ nlohmann::ordered_json listEntry(const MessageAttachment& attachment) {
 
 bool print(const std::string& line) {
     std::string text = line + '\n';
-    return writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    return writeOut(asBytes(text));
 }
 
 // One file's attachments saved, each path printed; false when one could not
@@ -137,14 +137,15 @@ void addAttachmentsCommand(CLI::App& app, int& status) {
     cmd->add_option("--out", options->out, "folder to save into, created when missing")
         ->capture_default_str()
         ->excludes(list);
-    cmd->add_option("FILE", options->files, "message files (.msg); \"-\" reads standard input")->required();
+    cmd->add_option("FILE", options->files, "message files (.msg, .eml); \"-\" reads standard input")->required();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
     cmd->footer(
         "Saves every attachment that has data into the folder and prints each saved file's path, one a line. "
         "Names from the message never leave the folder: separators, \"..\", drive letters, control characters "
         "and device names are made harmless, leading dots dropped, long names shortened keeping the extension. "
         "An existing file is never overwritten and a symbolic link is never followed: the next free name "
-        "\"name-2.ext\", \"name-3.ext\", ... is used instead. The bytes saved are exactly the attachment's.\n"
+        "\"name-2.ext\", \"name-3.ext\", ... is used instead. The bytes saved are exactly the attachment's; "
+        "for a MIME message, every part with a file name, its body decoded from base64 or quoted-printable.\n"
         "An attachment whose bytes cannot all be read (a damaged file) is saved as far as it goes and "
         "reported on stderr.\n"
         "Exit status: 0 every file was read and every attachment saved whole; 1 a file cannot be read, is "

@@ -70,5 +70,6 @@ std::string notReadReason(const MessageFormat& format);
 
 // The readers of the formats this build reads, one file each (msg_format.cpp, ...).
 extern const MessageReader kMsgReader;
+extern const MessageReader kMimeReader;
 
 }  // namespace tessivo::cli
