@@ -190,6 +190,41 @@ TEST_F(MessageCommandsTest, AttachmentsAreListedAndSavedWithExactBytes) {
     EXPECT_EQ(testing::readFile(out / "report-2.pdf"), payload());
 }
 
+TEST_F(MessageCommandsTest, VoiceNoteIsSavedWithItsExactBytes) {
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note").string8(0x8000, "Voice message").binary(0x6803, testing::pattern(700, 5));
+    ASSERT_TRUE(testing::writeFile(p("voice.msg"), m.build()));
+    const fs::path out = dir_ / "voice";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + testing::shellQuote(p("voice.msg")));
+    EXPECT_EQ(saved.out, (out / "Windows CE VoiceNote.wav").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "Windows CE VoiceNote.wav"), testing::pattern(700, 5));
+}
+
+TEST_F(MessageCommandsTest, AttachmentsThatCannotBeReadWholeAreSavedAndReported) {
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note");
+    m.addAttachment().unicode(0x3707, "short.bin").binary(0x3701, payload());
+    testing::CfbWriter writer;
+    m.writeTo(writer, "");
+    testing::CfbImage image = writer.build();
+    // The directory declares more bytes than the stream's ten sectors hold.
+    image.setEntryField("__attach_version1.0_#00000000/" + testing::substgName(0x3701, 0x0102), 120, 8000);
+    ASSERT_TRUE(testing::writeFile(p("short.msg"), image.bytes));
+
+    std::vector<std::string> err;
+    const fs::path out = dir_ / "short";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + testing::shellQuote(p("short.msg")), &err);
+    EXPECT_EQ(saved.status, 1);
+    EXPECT_EQ(saved.out, (out / "short.bin").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "short.bin").size(), 5120u);
+    ASSERT_EQ(err.size(), 1u);
+    EXPECT_NE(err[0].find("only 5120 of its 8000 bytes could be read"), std::string::npos) << err[0];
+
+    const auto listed = jsonLines(run("attachments --list " + testing::shellQuote(p("short.msg"))).out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["attachments"][0]["incomplete"], "only 5120 of its 8000 bytes could be read");
+}
+
 TEST_F(MessageCommandsTest, MimeMessagesGoThroughTheSameCommands) {
     const std::string eml = testing::shellQuote(p("mail.eml"));
     const auto dumped = jsonLines(run("dump " + eml).out);

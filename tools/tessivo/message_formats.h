@@ -38,6 +38,8 @@ struct MessageAttachment {
     // (an attached message the reader does not turn into bytes).
     std::optional<Bytes> data;
     std::optional<icu::UnicodeString> mimeType;
+    // Why data are incomplete (a damaged or cut stream); empty when they are whole.
+    std::string incomplete;
 };
 
 struct MessageReader {

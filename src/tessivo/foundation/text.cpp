@@ -25,6 +25,12 @@ icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
     const char16_t* src = s.getBuffer();
     int32_t i = 0;
     while (i < n) {
+        // ASCII, the common case, folds A-Z to a-z and nothing else.
+        if (src[i] < 0x80) {
+            buf[i] = src[i] >= u'A' && src[i] <= u'Z' ? static_cast<char16_t>(src[i] + 0x20) : src[i];
+            ++i;
+            continue;
+        }
         const int32_t start = i;
         UChar32 c;
         U16_NEXT(src, i, n, c);
