@@ -37,7 +37,7 @@ void BM_DecodeMimeHeader(benchmark::State& state) {
 void BM_QuotedPrintableDecode(benchmark::State& state) {
     const std::string text = build(static_cast<std::size_t>(state.range(0)),
                                    {"Plain text of a message body ", "caf=C3=A9 ", "=3D", "soft break=\r\n", "\r\n"});
-    const ByteView input(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    const ByteView input = asBytes(text);
     for (auto _ : state) {
         std::size_t length = 0;
         benchmark::DoNotOptimize(quoted_printable_decode(input, length, false));
@@ -47,7 +47,7 @@ void BM_QuotedPrintableDecode(benchmark::State& state) {
 
 std::string base64Body(std::size_t size) {
     const std::string raw = build(size * 3 / 4, {"Ma", "n!", "\xC3\xA9", "\x01\xFF", "xyz"});
-    return NewBase64Encode(ByteView(reinterpret_cast<const std::uint8_t*>(raw.data()), raw.size()), true);
+    return NewBase64Encode(asBytes(raw), true);
 }
 
 void BM_NewBase64Decode(benchmark::State& state) {

@@ -66,7 +66,7 @@ const tessivo::Bytes& compressedOf(std::size_t bytes) {
     auto& c = cache[bytes];
     if (c.empty()) {
         const auto& rtf = rtfOf(bytes);
-        c = tessivo::testing::lzfuCompress(tessivo::ByteView(reinterpret_cast<const std::uint8_t*>(rtf.data()), rtf.size()));
+        c = tessivo::testing::lzfuCompress(tessivo::asBytes(rtf));
     }
     return c;
 }
@@ -85,7 +85,7 @@ void BM_LzfuDecode(benchmark::State& state) {
 
 void BM_RtfToText(benchmark::State& state) {
     const auto& rtf = rtfOf(static_cast<std::size_t>(state.range(0)));
-    const tessivo::ByteView bytes(reinterpret_cast<const std::uint8_t*>(rtf.data()), rtf.size());
+    const tessivo::ByteView bytes = tessivo::asBytes(rtf);
     for (auto _ : state) {
         auto text = tessivo::rtfPlainText(bytes);
         benchmark::DoNotOptimize(text);

@@ -4,10 +4,10 @@
 //
 //   make_compound_seeds fuzz/corpus/compound
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 
 #include "support/cfb_writer.h"
+#include "support/corpus.h"
 
 namespace {
 
@@ -15,8 +15,7 @@ using tessivo::Bytes;
 using tessivo::testing::CfbWriter;
 
 void save(const std::filesystem::path& dir, const std::string& name, const Bytes& bytes) {
-    std::ofstream out(dir / name, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!tessivo::testing::writeFile(dir / name, bytes)) std::cerr << "cannot write " << (dir / name) << '\n';
 }
 
 Bytes message(unsigned shift, std::uint32_t extraFat) {
@@ -41,7 +40,6 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::filesystem::path dir(argv[1]);
-    std::filesystem::create_directories(dir);
     save(dir, "message-512.msg", message(9, 0));
     save(dir, "message-4096.msg", message(12, 0));
     save(dir, "master-sectors.msg", message(9, 110));

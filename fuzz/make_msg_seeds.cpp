@@ -1,5 +1,6 @@
 // Writes seed messages for the msg fuzzer into a folder, made with the test
-// writer: an e-mail with recipients and attachments, a contact and an
+// writer: an e-mail with recipients and attachments (also in 4096-byte
+// sectors), one with an attached message, a voice note, a contact and an
 // appointment with their named-property maps.
 //
 //   make_msg_seeds build/fuzz-seeds/msg
@@ -15,7 +16,7 @@ using tessivo::Bytes;
 using tessivo::testing::fileTimeFromUnix;
 using tessivo::testing::MsgWriter;
 
-Bytes email() {
+MsgWriter emailWriter() {
     MsgWriter m;
     m.unicode(0x007D, "From: a@example.com\r\nTo: b@example.com\r\nSubject: s\r\nDate: Mon, 4 Mar 2024 10:00:00 +0000\r\n");
     m.string8(0x001A, "IPM.Note");
@@ -26,6 +27,19 @@ Bytes email() {
     m.property(0x0E06, 0x0040, fileTimeFromUnix(1709546400));
     m.addRecipient().unicode(0x3001, "Bob").unicode(0x3003, "bob@example.com");
     m.addAttachment().unicode(0x3707, "a.txt").binary(0x3701, Bytes(100, 'a'));
+    return m;
+}
+
+Bytes embedded() {
+    MsgWriter m = emailWriter();
+    auto& inner = m.addAttachment().unicode(0x3001, "Inner").embeddedMessage();
+    inner.unicode(0x0037, "Inner").addAttachment().binary(0x3701, Bytes{'M', 'I', 'M', 'E'});
+    return m.build();
+}
+
+Bytes voiceNote() {
+    MsgWriter m;
+    m.string8(0x001A, "IPM.Note").string8(0x8000, "Voice").binary(0x6803, Bytes(300, 1));
     return m.build();
 }
 
@@ -63,7 +77,10 @@ int main(int argc, char** argv) {
     }
     const std::filesystem::path dir(argv[1]);
     std::filesystem::create_directories(dir);
-    const bool written = tessivo::testing::writeFile(dir / "email.msg", email()) &&
+    const bool written = tessivo::testing::writeFile(dir / "email.msg", emailWriter().build()) &&
+                         tessivo::testing::writeFile(dir / "email-4096.msg", emailWriter().build({.sectorShift = 12})) &&
+                         tessivo::testing::writeFile(dir / "embedded.msg", embedded()) &&
+                         tessivo::testing::writeFile(dir / "voice.msg", voiceNote()) &&
                          tessivo::testing::writeFile(dir / "contact.msg", contact()) &&
                          tessivo::testing::writeFile(dir / "appointment.msg", appointment());
     if (!written) std::cerr << "make_msg_seeds: cannot write into " << dir << "\n";

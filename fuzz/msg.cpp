@@ -19,7 +19,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (auto reader = ReadMSG::initWithData(bytes)) {
         reader->setSourceFilename(fileName);
         reader->reEnrichCalendarDataIfNeeded();
-        require(reader->returnFullDictionary().contains(u"From"));
+        const Dictionary message = reader->returnFullDictionary();
+        // Every message has these, whatever the damage.
+        require(message.contains(u"From") && message.contains(u"To") && message.contains(u"Header"));
+        // An attachment's size is the size of its data.
+        if (const Value* list = message.get(u"AttachmentList")) {
+            for (const auto& item : *list->array()) {
+                const Value* payload = item.dictionary()->get(u"data");
+                require(!payload || payload->bytes()->size() == item.dictionary()->get(u"size")->toUInt64());
+            }
+        }
     }
     require(ReadMSG::getSummaryForMessage(bytes).size() == 5);
 

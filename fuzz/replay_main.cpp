@@ -2,17 +2,22 @@
 // regression is replayed by the ordinary (and sanitizer) test builds.
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <vector>
+#include <string>
+
+#include "tessivo/foundation/file_bytes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 void replay(const std::filesystem::path& p, int& count) {
-    std::ifstream in(p, std::ios::binary);
-    std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    tessivo::Bytes bytes;
+    std::string reason;
+    if (!tessivo::readWholeFile(p.string(), bytes, reason)) {
+        std::fprintf(stderr, "%s: %s\n", p.c_str(), reason.c_str());
+        std::exit(1);
+    }
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     ++count;
 }

@@ -7,8 +7,10 @@ packages=(
   cmake ninja-build g++ clang libclang-rt-14-dev pkg-config
   libicu-dev libgumbo-dev nlohmann-json3-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  # desktop-search hosts and their tests: Recoll, KDE's KFileMetaData, MIME database
+  # desktop-search hosts and their tests: Recoll, KDE's KFileMetaData, MIME database,
+  # Baloo's programs and a private D-Bus session to run them in
   recollcmd libkf5filemetadata-dev extra-cmake-modules qtbase5-dev shared-mime-info
+  baloo-kf5 dbus-bin dbus-daemon dbus-session-bus-common
   # an independent compound document reader for the listing conformance test
   python3-olefile
   # an independent TNEF reader for the attachment conformance test

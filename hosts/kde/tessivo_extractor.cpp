@@ -1,12 +1,17 @@
 #include "tessivo_extractor.h"
 
+#include <cmath>
 #include <mutex>
 
+#include <QDateTime>
 #include <QFile>
 #include <QLoggingCategory>
 
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/file_bytes.h"
 #include "tessivo/importer/importer.h"
+#include "tessivo/importer/message_metadata.h"
+#include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo::kde {
 namespace {
@@ -30,9 +35,23 @@ void routeLogToQt() {
 // The text without the NUL characters that plain-text bodies may end in
 // (streams are read in whole sectors), as `tessivo text` prints it.
 QString searchableText(const icu::UnicodeString& text) {
-    int32_t end = text.length();
-    while (end > 0 && text.charAt(end - 1) == u'\0') --end;
-    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), end);
+    const icu::UnicodeString trimmed = WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(text);
+    return QString(reinterpret_cast<const QChar*>(trimmed.getBuffer()), trimmed.length());
+}
+
+QString qString(const icu::UnicodeString& text) {
+    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), text.length());
+}
+
+// The message's subject, sender and date as the properties KDE shows and
+// searches (title:, author:); recipients and attachment names have no
+// property of their own.
+void addMetadata(KFileMetaData::ExtractionResult& result, const importer::MessageMetadata& facts) {
+    if (!facts.title.isEmpty()) result.add(KFileMetaData::Property::Title, qString(facts.title));
+    if (!facts.author.isEmpty()) result.add(KFileMetaData::Property::Author, qString(facts.author));
+    if (facts.date)
+        result.add(KFileMetaData::Property::CreationDate,
+                   QDateTime::fromSecsSinceEpoch(std::llround(facts.date->secondsSince1970), Qt::UTC));
 }
 
 }  // namespace
@@ -45,10 +64,18 @@ QStringList TessivoExtractor::mimetypes() const { return {kOutlookMessageType}; 
 
 void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
     result->addType(KFileMetaData::Type::Document);
-    if (!(result->inputFlags() & KFileMetaData::ExtractionResult::ExtractPlainText)) return;
-
+    const auto flags = result->inputFlags();
     const std::string path = QFile::encodeName(result->inputUrl()).toStdString();
-    const importer::Result found = importer::extractText(path);
+    Bytes bytes;
+    std::string reason;
+    if (!readWholeFile(path, bytes, reason)) {
+        qCDebug(lcTessivo, "%s: %s", path.c_str(), reason.c_str());
+        return;
+    }
+    if (flags & KFileMetaData::ExtractionResult::ExtractMetaData)
+        if (const auto facts = importer::msgMetadata(bytes)) addMetadata(*result, *facts);
+    if (!(flags & KFileMetaData::ExtractionResult::ExtractPlainText)) return;
+    const importer::Result found = importer::extractText(bytes);
     if (found.outcome == importer::Outcome::Text) {
         result->append(searchableText(found.text));
     } else if (!found.reason.empty()) {

@@ -1,5 +1,6 @@
 // KFileMetaData extractor plug-in: gives Baloo (KDE's file search) the body
-// text of Outlook .msg files.
+// text of Outlook .msg files, and their subject, sender and date as the
+// properties Title, Author and CreationDate.
 //
 // Baloo loads it from the Qt plug-in folder kf5/kfilemetadata and calls
 // extract() for every file of type application/vnd.ms-outlook; the text is the

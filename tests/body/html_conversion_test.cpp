@@ -32,6 +32,12 @@ TEST(StringFromHTMLTest, QuotedPrintableIsDecodedFirst) {
     EXPECT_EQ(toUtf8(stringFromHTML(text("<b>1 =3D 1</b>"))), "1 = 1");
 }
 
+TEST(StringFromHTMLTest, AccentsSurviveAFailedQuotedPrintableDecode) {
+    // "=ce" of the attribute reads as a byte that is not UTF-8, so the escaped
+    // Latin 1 accents are read as Windows Latin 1, not turned into symbols.
+    EXPECT_EQ(toUtf8(stringFromHTML(text("<p align=center>Caf=E9 cr=E8me br=FBl=E9e</p>"))), "Café crème brûlée");
+}
+
 TEST(StringFromHTMLTest, FailuresGiveEmptyText) {
     EXPECT_EQ(stringFromHTML(icu::UnicodeString()), u"");
     EXPECT_EQ(stringFromHTML(text("<html><head><title>t</title></head><body><br></body></html>")), u"");

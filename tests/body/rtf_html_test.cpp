@@ -8,10 +8,9 @@
 namespace tessivo {
 namespace {
 
-ByteView view(std::string_view s) { return {reinterpret_cast<const std::uint8_t*>(s.data()), s.size()}; }
 
 std::optional<std::string> extract(std::string_view rtf) {
-    auto html = RTFWangers::extractHTMLFromEncapsulatedRTF(view(rtf));
+    auto html = RTFWangers::extractHTMLFromEncapsulatedRTF(asBytes(rtf));
     if (!html) return std::nullopt;
     return toUtf8(*html);
 }
@@ -20,16 +19,16 @@ std::optional<std::string> extract(std::string_view rtf) {
 const std::string kHeader = "{\\rtf1\\ansi\\ansicpg1252\\fromhtml1 \\fbidis \\deff0{\\fonttbl{\\f0\\fswiss Arial;}}";
 
 TEST(EncapsulatedHTMLTest, RecognitionLooksAtTheFirst500AsciiBytes) {
-    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(view(kHeader)));
+    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(asBytes(kHeader)));
     const std::string shortRtf = "{\\rtf1\\fromhtml1" + std::string(33, ' ');
     ASSERT_EQ(shortRtf.size(), 49u);
-    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(view(shortRtf)));
-    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(view(shortRtf + " ")));
-    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(view("{\\rtf1" + std::string(494, ' ') + "\\fromhtml1}")));
-    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(view("{\\rtf1" + std::string(485, ' ') + "\\fromhtml1}")));
-    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(view("{\\rtf1\xE9\\fromhtml1" + std::string(60, ' '))));
-    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(view(kHeader + std::string(500, ' ') + "\xE9")));
-    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(view("{\\rtf1\\ansi\\fromtext" + std::string(60, ' '))));
+    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(asBytes(shortRtf)));
+    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(asBytes(shortRtf + " ")));
+    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(asBytes("{\\rtf1" + std::string(494, ' ') + "\\fromhtml1}")));
+    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(asBytes("{\\rtf1" + std::string(485, ' ') + "\\fromhtml1}")));
+    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(asBytes("{\\rtf1\xE9\\fromhtml1" + std::string(60, ' '))));
+    EXPECT_TRUE(RTFWangers::isEncapsulatedHTML(asBytes(kHeader + std::string(500, ' ') + "\xE9")));
+    EXPECT_FALSE(RTFWangers::isEncapsulatedHTML(asBytes("{\\rtf1\\ansi\\fromtext" + std::string(60, ' '))));
 }
 
 TEST(EncapsulatedHTMLTest, TagGroupsYieldTheirText) {
@@ -67,11 +66,11 @@ TEST(EncapsulatedHTMLTest, NothingWithoutTagTextOrReadableBytes) {
 TEST(EncapsulatedHTMLTest, ExtractIfEncapsulatedChecksTheHeader) {
     const std::string body = "{\\*\\htmltag19 <html>}{\\*\\htmltag64 <p>}\\htmlrtf {\\htmlrtf0 Hi\\htmlrtf }"
                              "\\htmlrtf0 {\\*\\htmltag72 </p>}\\htmlrtf\\par\\htmlrtf0 }";
-    auto html = RTFWangers::extractHTMLIfEncapsulated(view(kHeader + body));
+    auto html = RTFWangers::extractHTMLIfEncapsulated(asBytes(kHeader + body));
     ASSERT_TRUE(html);
     EXPECT_EQ(toUtf8(*html), "<html><p></p>");
     const std::string plain = "{\\rtf1\\ansi\\ansicpg1252\\fromtext \\deff0{\\fonttbl{\\f0\\fswiss Arial;}}";
-    EXPECT_FALSE(RTFWangers::extractHTMLIfEncapsulated(view(plain + body)));
+    EXPECT_FALSE(RTFWangers::extractHTMLIfEncapsulated(asBytes(plain + body)));
     EXPECT_EQ(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(u"{\\rtf1}"), icu::UnicodeString(u"{\\rtf1}"));
 }
 

@@ -18,7 +18,6 @@ using testing::lzfuPackTokens;
 using testing::lzfuWrap;
 namespace data = DataWangersNSDataAdditions;
 
-ByteView view(std::string_view s) { return {reinterpret_cast<const std::uint8_t*>(s.data()), s.size()}; }
 Bytes bytes(std::string_view s) { return Bytes(s.begin(), s.end()); }
 Bytes concat(Bytes a, const Bytes& b) {
     a.insert(a.end(), b.begin(), b.end());
@@ -51,13 +50,13 @@ std::string randomRtf(std::mt19937& rng, std::size_t length) {
 }
 
 TEST(RTFWangersTypeTest, RecognisesBothHeaderTypes) {
-    EXPECT_TRUE(RTFWangers::typeIsRTF(lzfuCompress(view("x")).data(), 17));
-    const Bytes stored = testing::lzfuStore(view("x"));
+    EXPECT_TRUE(RTFWangers::typeIsRTF(lzfuCompress(asBytes("x")).data(), 17));
+    const Bytes stored = testing::lzfuStore(asBytes("x"));
     EXPECT_TRUE(RTFWangers::typeIsRTF(stored.data(), stored.size()));
-    Bytes other = lzfuWrap(view("x"), 1, 0x12345678);
+    Bytes other = lzfuWrap(asBytes("x"), 1, 0x12345678);
     EXPECT_FALSE(RTFWangers::typeIsRTF(other.data(), other.size()));
     // The type field must be complete.
-    const Bytes body = lzfuCompress(view("x"));
+    const Bytes body = lzfuCompress(asBytes("x"));
     EXPECT_FALSE(RTFWangers::typeIsRTF(body.data(), 11));
     EXPECT_TRUE(RTFWangers::typeIsRTF(body.data(), 12));
 }
@@ -68,7 +67,7 @@ TEST(RTFWangersTypeTest, NullAndShortInputsAreLogged) {
     std::uint32_t rawSize = 7;
     std::optional<Bytes> out;
     RTFWangers::getRTFFromBuffer(nullptr, 100, rawSize, out);
-    const Bytes body = lzfuCompress(view("{\\rtf1 x}"));
+    const Bytes body = lzfuCompress(asBytes("{\\rtf1 x}"));
     RTFWangers::getRTFFromBuffer(body.data(), 15, rawSize, out);
     EXPECT_FALSE(out);
     EXPECT_EQ(rawSize, 7u);
@@ -80,13 +79,13 @@ TEST(RTFWangersDecodeTest, RoundTripsThroughTheEncoder) {
     for (std::string_view text : {std::string_view("{\\rtf1\\ansi\\mac\\deff0\\deftab720 Hello}"),
                                   std::string_view("a"), std::string_view("aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"),
                                   std::string_view("{\\rtf1\\ansi\\ansicpg1252\\fromtext \\par abc\\par abc\\par}")}) {
-        const Bytes body = lzfuCompress(view(text));
+        const Bytes body = lzfuCompress(asBytes(text));
         EXPECT_EQ(data::getRTFForData(body), bytes(text)) << text;
     }
     std::mt19937 rng(20240611);
     for (std::size_t length : {1u, 2u, 17u, 18u, 207u, 4095u, 4096u, 4097u, 9000u, 70000u}) {
         const std::string text = randomRtf(rng, length);
-        const Bytes body = lzfuCompress(view(text));
+        const Bytes body = lzfuCompress(asBytes(text));
         std::uint32_t rawSize = 0;
         std::optional<Bytes> out;
         RTFWangers::getRTFFromBuffer(body.data(), body.size(), rawSize, out);
@@ -97,14 +96,14 @@ TEST(RTFWangersDecodeTest, RoundTripsThroughTheEncoder) {
 }
 
 TEST(RTFWangersDecodeTest, EncoderUsesTheInitialDictionaryAndBackReferences) {
-    const auto tokens = testing::lzfuTokenize(view("{\\rtf1\\ansi\\mac\\deff0 xyzxyzxyzxyz"));
+    const auto tokens = testing::lzfuTokenize(asBytes("{\\rtf1\\ansi\\mac\\deff0 xyzxyzxyzxyz"));
     ASSERT_FALSE(tokens.empty());
     EXPECT_TRUE(tokens[0].reference);
     EXPECT_EQ(tokens[0].offset, 0);
     EXPECT_EQ(tokens[0].length, 17);
     // The encoded body is much smaller than repetitive text.
     const std::string repeated(10000, 'z');
-    EXPECT_LT(lzfuCompress(view(repeated)).size(), repeated.size() / 7);
+    EXPECT_LT(lzfuCompress(asBytes(repeated)).size(), repeated.size() / 7);
 }
 
 TEST(RTFWangersDecodeTest, ResultHasTheDeclaredRawSize) {
@@ -173,16 +172,49 @@ TEST(RTFWangersDecodeTest, BytesAfterTheLastCopyStayZero) {
     EXPECT_EQ(*out, concat(bytes("abcdefghijklmnopab"), Bytes(282, 0)));
 }
 
+// Without padding: the same bytes up to where the tokens stop writing,
+// however large the declared size; the same refusal past the size limit.
+TEST(RTFWangersDecodeTest, WithoutPaddingDecodesTheSameBytesOnly) {
+    std::vector<LzfuToken> tokens;
+    for (char c = 'a'; c <= 'p'; ++c) tokens.push_back(LzfuToken::lit(static_cast<std::uint8_t>(c)));
+    tokens.push_back(LzfuToken::ref(207, 2));
+    tokens.push_back(LzfuToken::ref(225, 2));
+    const Bytes body = lzfuPackTokens(tokens);
+    EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 300)), bytes("abcdefghijklmnopab"));
+    EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 200u << 20)), bytes("abcdefghijklmnopab"));
+    EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 10)), bytes("abcdefghij"));
+
+    std::mt19937 rng(11);
+    const std::string text = randomRtf(rng, 3000);
+    const Bytes compressed = lzfuCompress(asBytes(text));
+    for (std::size_t size = 16; size <= compressed.size(); size += 7) {
+        const Bytes prefix(compressed.begin(), compressed.begin() + static_cast<std::ptrdiff_t>(size));
+        const auto padded = data::getRTFForData(prefix);
+        const auto unpadded = data::getRTFForDataWithoutPadding(prefix);
+        ASSERT_TRUE(padded && unpadded);
+        ASSERT_LE(unpadded->size(), padded->size());
+        EXPECT_TRUE(std::equal(unpadded->begin(), unpadded->end(), padded->begin())) << size;
+        EXPECT_TRUE(std::all_of(padded->begin() + static_cast<std::ptrdiff_t>(unpadded->size()), padded->end(),
+                                [](std::uint8_t b) { return b == 0; }))
+            << size;
+    }
+
+    LogCapture capture;
+    EXPECT_FALSE(data::getRTFForDataWithoutPadding(lzfuWrap(body, 0xFFFFFFFF)));
+    EXPECT_EQ(capture.lines(), std::vector<std::string>{"  ERROR: Failed to allocate 4294967295 bytes for output"});
+    EXPECT_FALSE(data::getRTFForDataWithoutPadding(testing::lzfuStore(asBytes("{\\rtf1 x}"))));
+}
+
 TEST(RTFWangersDecodeTest, PaddingAfterTheBodyDoesNotGrowTheResult) {
     const std::string text = "{\\rtf1\\ansi Hello\\par}";
-    const Bytes body = concat(lzfuCompress(view(text)), Bytes(512, 0));
+    const Bytes body = concat(lzfuCompress(asBytes(text)), Bytes(512, 0));
     EXPECT_EQ(data::getRTFForData(body), bytes(text));
 }
 
 TEST(RTFWangersDecodeTest, TruncatedBodiesYieldADecodedPrefix) {
     std::mt19937 rng(7);
     const std::string text = randomRtf(rng, 600);
-    const Bytes body = lzfuCompress(view(text));
+    const Bytes body = lzfuCompress(asBytes(text));
     for (std::size_t size = 16; size <= body.size(); ++size) {
         auto out = decode(Bytes(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(size)));
         ASSERT_TRUE(out);
@@ -196,7 +228,7 @@ TEST(RTFWangersDecodeTest, TruncatedBodiesYieldADecodedPrefix) {
 }
 
 TEST(RTFWangersDecodeTest, UncompressedBodiesAreCopiedOnlyIntoAGivenBuffer) {
-    const Bytes stored = testing::lzfuStore(view("{\\rtf1 plain}"));
+    const Bytes stored = testing::lzfuStore(asBytes("{\\rtf1 plain}"));
     EXPECT_FALSE(data::getRTFForData(stored));
     std::uint32_t rawSize = 0;
     std::optional<Bytes> out = Bytes{1, 2, 3};
@@ -206,14 +238,17 @@ TEST(RTFWangersDecodeTest, UncompressedBodiesAreCopiedOnlyIntoAGivenBuffer) {
     // Copied from offset 4: raw size, type and CRC come first.
     EXPECT_EQ(*out, Bytes(stored.begin() + 4, stored.begin() + 17));
     // A raw size past the input's end leaves the rest zero.
-    Bytes shortStored = lzfuWrap(view("ab"), 40, testing::kMelaType);
+    Bytes shortStored = lzfuWrap(asBytes("ab"), 40, testing::kMelaType);
     RTFWangers::getRTFFromBuffer(shortStored.data(), shortStored.size(), rawSize, out);
     ASSERT_TRUE(out);
     EXPECT_EQ(*out, concat(Bytes(shortStored.begin() + 4, shortStored.end()), Bytes(26, 0)));
+    const Bytes emptyStored = lzfuWrap(asBytes("ab"), 0, testing::kMelaType);
+    RTFWangers::getRTFFromBuffer(emptyStored.data(), emptyStored.size(), rawSize, out);
+    EXPECT_EQ(out, Bytes{}) << "a raw size of 0 copies nothing";
 }
 
 TEST(RTFWangersDecodeTest, UnknownTypeYieldsNothingButTheRawSize) {
-    const Bytes other = lzfuWrap(view("abc"), 3, 0x11223344);
+    const Bytes other = lzfuWrap(asBytes("abc"), 3, 0x11223344);
     std::uint32_t rawSize = 0;
     std::optional<Bytes> out;
     RTFWangers::getRTFFromBuffer(other.data(), other.size(), rawSize, out);
@@ -223,7 +258,7 @@ TEST(RTFWangersDecodeTest, UnknownTypeYieldsNothingButTheRawSize) {
 
 TEST(RTFWangersDecodeTest, ImplausibleRawSizeIsAnAllocationFailure) {
     LogCapture capture;
-    EXPECT_FALSE(data::getRTFForData(lzfuWrap(view("abc"), 0xFFFFFFFF)));
+    EXPECT_FALSE(data::getRTFForData(lzfuWrap(asBytes("abc"), 0xFFFFFFFF)));
     EXPECT_EQ(capture.lines(), std::vector<std::string>{"  ERROR: Failed to allocate 4294967295 bytes for output"});
     EXPECT_FALSE(RTFWangers::initializeArrayWithEntryCount(SIZE_MAX / 2, 3));
     EXPECT_EQ(RTFWangers::initializeArrayWithEntryCount(3, 4), Bytes(12, 0));
@@ -235,23 +270,23 @@ TEST(RTFWangersDecodeTest, ConvertToLongLongReadsLittleEndian) {
 }
 
 TEST(RTFDataTest, RtfStringFromDataPrefersUtf8ThenLatin1) {
-    EXPECT_EQ(data::rtfStringFromData(view("caf\xC3\xA9")), icu::UnicodeString(u"caf\u00E9"));
-    EXPECT_EQ(data::rtfStringFromData(view("caf\xE9")), icu::UnicodeString(u"caf\u00E9"));
-    EXPECT_EQ(data::rtfStringFromData(view("")), icu::UnicodeString());
+    EXPECT_EQ(data::rtfStringFromData(asBytes("caf\xC3\xA9")), icu::UnicodeString(u"caf\u00E9"));
+    EXPECT_EQ(data::rtfStringFromData(asBytes("caf\xE9")), icu::UnicodeString(u"caf\u00E9"));
+    EXPECT_EQ(data::rtfStringFromData(asBytes("")), icu::UnicodeString());
 }
 
 TEST(RTFDataTest, CompressedBodyToPlainText) {
     const std::string rtf = "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0 Arial;}}Caf\\'e9\\par au lait}";
-    const auto decoded = data::getRTFForData(lzfuCompress(view(rtf)));
+    const auto decoded = data::getRTFForData(lzfuCompress(asBytes(rtf)));
     ASSERT_TRUE(decoded);
     EXPECT_EQ(data::stringFromRTFData(*decoded), icu::UnicodeString(u"Caf\u00E9\nau lait"));
-    EXPECT_FALSE(data::stringFromRTFData(view("not rtf")));
+    EXPECT_FALSE(data::stringFromRTFData(asBytes("not rtf")));
 }
 
 TEST(RTFDataTest, RtfAsPlainTextReadsTheFirstHalf) {
     // 23 characters: the first 11 are "{\rtf1 abcd".
-    EXPECT_EQ(data::rtfAsPlainText(view("{\\rtf1 abcdefghijklmno}")), icu::UnicodeString(u"abcd"));
-    EXPECT_FALSE(data::rtfAsPlainText(view("{\\rtf1 \xFF\xFE}")));
+    EXPECT_EQ(data::rtfAsPlainText(asBytes("{\\rtf1 abcdefghijklmno}")), icu::UnicodeString(u"abcd"));
+    EXPECT_FALSE(data::rtfAsPlainText(asBytes("{\\rtf1 \xFF\xFE}")));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "hosts/run_command.h"
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
+#include "support/mime_builder.h"
 #include "support/msg_writer.h"
 #include "support/tnef_writer.h"
 #include "tessivo/mime/base64.h"
@@ -35,7 +36,8 @@ protected:
         m.addAttachment().unicode(0x3707, "report.pdf").unicode(0x370E, "application/pdf").binary(0x3701, payload());
         m.addAttachment().unicode(0x3001, "Forwarded").embeddedMessage().unicode(0x0037, "Inner");
         ASSERT_TRUE(testing::writeFile(p("mail.msg"), m.build()));
-        ASSERT_TRUE(testing::writeFile(p("notes.txt"), ascii("From: a@example.com\r\n\r\nhi")));
+        ASSERT_TRUE(testing::writeFile(p("mail.eml"), mimeMessage().bytes(testing::MimePart::LineEnd::CRLF)));
+        ASSERT_TRUE(testing::writeFile(p("winmail.dat"), Bytes{0x78, 0x9F, 0x3E, 0x22, 0x00, 0x00}));
         ASSERT_TRUE(testing::writeFile(p("empty.msg"), Bytes{}));
         ASSERT_TRUE(testing::writeFile(p("broken.msg"), Bytes{0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1}));
     }
@@ -43,6 +45,20 @@ protected:
 
     // 5000 bytes: the stream holds ten 512-byte sectors, 5120 bytes.
     static Bytes payload() { return testing::pattern(5000, 3); }
+    static Bytes notes() { return ascii("one\n\ntwo = 2\n"); }
+
+    static testing::MimePart mimeMessage() {
+        using testing::MimePart;
+        MimePart mail = MimePart::multipart(
+            "mixed", {MimePart::text("plain", "See attached."),
+                      MimePart::attachment("application/pdf", "Report.PDF", payload()),
+                      MimePart::attachment("text/plain", "notes.txt", notes(), MimePart::Encoding::QuotedPrintable),
+                      MimePart::attachment("text/plain", "../../escape.txt", ascii("x"))});
+        mail.header("Received", "by test")
+            .header("From", "Ann <ann@example.com>")
+            .header("Subject", "Quarterly report");
+        return mail;
+    }
 
     std::string p(const std::string& name) const { return (dir_ / name).string(); }
     // Runs tessivo with args; stderr goes to a file read into err.
@@ -132,7 +148,7 @@ TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
 
 TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
     std::vector<std::string> err;
-    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("notes.txt")) + " " +
+    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("winmail.dat")) + " " +
                               testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("broken.msg")) + " " +
                               testing::shellQuote(p("mail.msg"));
     for (const char* command : {"dump", "summary"}) {
@@ -145,7 +161,7 @@ TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
             EXPECT_EQ(lines[i].size(), 3u) << command << i;
         }
         EXPECT_EQ(lines[0]["error"], "empty file: not a message");
-        EXPECT_EQ(lines[1]["error"], "not a message this build reads (mime)");
+        EXPECT_EQ(lines[1]["error"], "not a message this build reads (tnef)");
         EXPECT_EQ(lines[3]["error"], "too short for a compound document (fewer than 512 bytes)");
         EXPECT_EQ(lines[4]["ok"], true);
         ASSERT_EQ(err.size(), 4u) << command;
@@ -174,6 +190,72 @@ TEST_F(MessageCommandsTest, AttachmentsAreListedAndSavedWithExactBytes) {
     EXPECT_EQ(saved.out, (out / "report.pdf").string() + "\n" + (out / "report-2.pdf").string() + "\n");
     EXPECT_EQ(testing::readFile(out / "report.pdf"), payload());
     EXPECT_EQ(testing::readFile(out / "report-2.pdf"), payload());
+}
+
+TEST_F(MessageCommandsTest, VoiceNoteIsSavedWithItsExactBytes) {
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note").string8(0x8000, "Voice message").binary(0x6803, testing::pattern(700, 5));
+    ASSERT_TRUE(testing::writeFile(p("voice.msg"), m.build()));
+    const fs::path out = dir_ / "voice";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + testing::shellQuote(p("voice.msg")));
+    EXPECT_EQ(saved.out, (out / "Windows CE VoiceNote.wav").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "Windows CE VoiceNote.wav"), testing::pattern(700, 5));
+}
+
+TEST_F(MessageCommandsTest, AttachmentsThatCannotBeReadWholeAreSavedAndReported) {
+    testing::MsgWriter m;
+    m.string8(0x001A, "IPM.Note");
+    m.addAttachment().unicode(0x3707, "short.bin").binary(0x3701, payload());
+    testing::CfbWriter writer;
+    m.writeTo(writer, "");
+    testing::CfbImage image = writer.build();
+    // The directory declares more bytes than the stream's ten sectors hold.
+    image.setEntryField("__attach_version1.0_#00000000/" + testing::substgName(0x3701, 0x0102), 120, 8000);
+    ASSERT_TRUE(testing::writeFile(p("short.msg"), image.bytes));
+
+    std::vector<std::string> err;
+    const fs::path out = dir_ / "short";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + testing::shellQuote(p("short.msg")), &err);
+    EXPECT_EQ(saved.status, 1);
+    EXPECT_EQ(saved.out, (out / "short.bin").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "short.bin").size(), 5120u);
+    ASSERT_EQ(err.size(), 1u);
+    EXPECT_NE(err[0].find("only 5120 of its 8000 bytes could be read"), std::string::npos) << err[0];
+
+    const auto listed = jsonLines(run("attachments --list " + testing::shellQuote(p("short.msg"))).out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["attachments"][0]["incomplete"], "only 5120 of its 8000 bytes could be read");
+}
+
+TEST_F(MessageCommandsTest, MimeMessagesGoThroughTheSameCommands) {
+    const std::string eml = testing::shellQuote(p("mail.eml"));
+    const auto dumped = jsonLines(run("dump " + eml).out);
+    ASSERT_EQ(dumped.size(), 1u);
+    EXPECT_EQ(dumped[0]["format"], "mime");
+    EXPECT_EQ(dumped[0]["dictionary"]["Subject"], "Quarterly report");
+    EXPECT_EQ(dumped[0]["dictionary"]["From"], ordered_json::parse(R"([{"Name":"Ann","Address":"ann@example.com"}])"));
+    EXPECT_EQ(dumped[0]["dictionary"]["MailContent"].size(), 4u);
+
+    const auto summary = jsonLines(run("summary " + eml).out);
+    ASSERT_EQ(summary.size(), 1u);
+    EXPECT_EQ(summary[0]["summary"], ordered_json::parse(R"({"Subject":"Quarterly report","Body":"See attached.",)"
+                                                         R"("From":"Ann","Date":"-","MIMEDate":"-"})"));
+
+    const auto listed = jsonLines(run("attachments --list " + eml).out);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0]["attachments"],
+              ordered_json::parse(R"([{"name":"report.pdf","size":5000,"mimeType":"application/pdf"},)"
+                                  R"({"name":"notes.txt","size":16,"mimeType":"text/plain"},)"
+                                  R"({"name":"../../escape.txt","size":1,"mimeType":"text/plain"}])"));
+    // Saved decoded exactly; quoted-printable lines end as the message's do.
+    const fs::path out = dir_ / "eml-out";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " + eml);
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out, (out / "report.pdf").string() + "\n" + (out / "notes.txt").string() + "\n" +
+                             (out / "_.._escape.txt").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "report.pdf"), payload());
+    EXPECT_EQ(testing::readFile(out / "notes.txt"), ascii("one\r\n\r\ntwo = 2\r\n"));
+    EXPECT_EQ(testing::readFile(out / "_.._escape.txt"), ascii("x"));
 }
 
 TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
@@ -217,7 +299,8 @@ TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
     EXPECT_FALSE(fs::exists(dir_ / "victim.txt"));
     EXPECT_EQ(fs::path(printed[5]).extension(), ".txt");
     // Nothing appeared anywhere else.
-    const std::set<std::string> fixtures = {"mail.msg", "notes.txt", "empty.msg", "broken.msg", "hostile.msg", "stderr.txt"};
+    const std::set<std::string> fixtures = {"mail.msg",   "mail.eml",    "winmail.dat", "empty.msg",
+                                            "broken.msg", "hostile.msg", "stderr.txt"};
     for (const auto& entry : fs::recursive_directory_iterator(dir_)) {
         if (entry.is_directory() || entry.path().parent_path() == out) continue;
         EXPECT_TRUE(fixtures.count(entry.path().filename().string())) << entry.path();

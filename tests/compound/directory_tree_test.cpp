@@ -49,6 +49,8 @@ TEST(DirectoryTreeTest, DecodesEntryFields) {
     w.addStream("\x05SummaryInformation", Bytes(5000, 1));
     w.addStorage("sub");
     w.setModified("sub", 116444736000000000ull + 50000000ull + 9999999ull);
+    w.addStorage("old");
+    w.setModified("old", 116444735990000001ull);  // 0.9999999 s before 1970
     auto image = w.build();
     image.setU8(image.entryOffset("sub", 66), 3);
     DirectoryTree tree = load(image);
@@ -68,6 +70,7 @@ TEST(DirectoryTreeTest, DecodesEntryFields) {
     ASSERT_NE(sub, nullptr);
     EXPECT_TRUE(sub->dir) << "an unknown type counts as a folder";
     EXPECT_EQ(sub->time, 5) << "ticks are divided before the shift to 1970";
+    EXPECT_EQ(tree.findEntry(u"old")->time, -1) << "divided first, a fraction before 1970 is a second earlier";
     EXPECT_EQ(stream->time, -11644473600);
     image.setU8(image.entryOffset("sub", 66), 4);
     EXPECT_TRUE(load(image).findEntry(u"sub")->dir);
@@ -139,6 +142,37 @@ TEST(DirectoryTreeTest, EmptyNamesAfterMsoDataStoreAreLeftOut) {
     w3.addStorage("Other");
     DirectoryTree tree3 = load(w3.build());
     EXPECT_EQ(tree3.entryCount(), 4u) << "without the marker unused entries stay";
+}
+
+// A directory longer than its bytes (a cut document) ends in empty entries,
+// computed rather than stored: they count, links reach them, and after
+// "MsoDataStore" they are left out like every empty name.
+TEST(DirectoryTreeTest, LoadLongerThanItsBytesEndsInEmptyEntries) {
+    CfbWriter w;
+    w.addStream("a", Bytes(10, 1));
+    w.addStream("bb", Bytes(10, 1));
+    CfbImage image = w.build();
+    image.setEntryField("bb", 72, 1000003);  // right sibling: an entry past the bytes
+    Bytes bytes = directoryBytes(image);
+    bytes.resize(bytes.size() - 60);  // the last entry cut short
+    DirectoryTree tree;
+    EXPECT_TRUE(tree.loadEntries(bytes, 128 * 1000004));
+    EXPECT_EQ(tree.entryCount(), 1000004u);
+    EXPECT_EQ(tree.decodedEntryCount(), 4u);
+    EXPECT_EQ(tree.entry(1000003)->name, icu::UnicodeString());
+    EXPECT_FALSE(tree.entry(1000003)->valid);
+    EXPECT_EQ(tree.entry(1000004), nullptr);
+    // An empty entry's links are 0, not "none": its left link leads to the root.
+    EXPECT_EQ(childNames(tree, 0), (std::vector<std::string>{"a", "bb", "Root Entry", ""}));
+    EXPECT_EQ(tree.children(0).back(), 1000003u);
+    EXPECT_EQ(tree.indexOf(*tree.entry(1000003)), 3) << "the cut entry reads as empty too";
+
+    CfbWriter marked;
+    marked.addStorage("MsoDataStore");
+    Bytes markedBytes = directoryBytes(marked.build());
+    markedBytes.resize(2 * 128);
+    EXPECT_TRUE(tree.loadEntries(markedBytes, 128 * 1000));
+    EXPECT_EQ(tree.entryCount(), 2u);
 }
 
 TEST(DirectoryTreeTest, NameOrderIsLengthThenCaseSensitiveText) {

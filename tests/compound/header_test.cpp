@@ -36,7 +36,7 @@ TEST(HeaderTest, LoadsFieldsFromWrittenDocument) {
     EXPECT_EQ(h.masterSectorAllocationTableStart, testing::kEndOfChain);
     EXPECT_EQ(h.masterSectorAllocationTableCount, 0u);
     EXPECT_EQ(h.masterSectors[0], image.fatSectors[0]);
-    EXPECT_EQ(h.masterSectors[108], 0xFFFFFFFFu);
+    EXPECT_EQ(h.masterSectors[108], compound::kFreeSect);
     EXPECT_TRUE(h.isValid());
 }
 
@@ -76,8 +76,8 @@ TEST(HeaderTest, IndexesPastTheEndWarn) {
     LogCapture log;
     EXPECT_EQ(h.getIdent(7), 0xE1);
     EXPECT_EQ(h.getIdent(8), 0);
-    EXPECT_EQ(h.getBBsectors(108), 0xFFFFFFFFu);
-    EXPECT_EQ(h.getBBsectors(109), 0xFFFFFFFFu);
+    EXPECT_EQ(h.getBBsectors(108), compound::kFreeSect);
+    EXPECT_EQ(h.getBBsectors(109), compound::kFreeSect);
     EXPECT_EQ(log.lines(), (std::vector<std::string>{"Warning: getIdent called with index 8 (max: 7)",
                                                       "Warning: getBBsectors called with index 109 (max: 108)"}));
 }

@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "support/cfb_writer.h"
+#include "tessivo/compound/limits.h"
 #include "tessivo/compound/mole.h"
 #include "tessivo/foundation/log.h"
 
@@ -287,6 +288,88 @@ TEST(MoleTest, NestingBeyond100LevelsIsCut) {
     const Dictionary* level = &d;
     for (int i = 0; i < 100; ++i) level = level->get(u"s")->dictionary();
     EXPECT_EQ(keysOf(*level), std::vector<std::string>{"x"});
+}
+
+// The listings look each child up once, but log what the reader they stand
+// for logs: a lookup that ends in a damaged sibling tree once for each
+// question asked of the path (is it a stream, is it a folder), and a damaged
+// chain once for each opening of the stream (once in the flat listing, twice
+// where the stream is opened to be tested and then to be read).
+TEST(MoleTest, ListingsLogWhatEachQuestionOfAPathWouldLog) {
+    CfbWriter w;
+    w.addStream("a", pattern(10));
+    w.addStream("b", pattern(10));
+    w.addStream("c", pattern(10));
+    CfbImage image = w.build();
+    const auto index = [&](const char* path) { return image.entryIndex.at(path); };
+    // Root's tree: c, whose left is a, whose left is b and whose right is c
+    // again. Listed in order b, a, c; looking "b" up goes c, a, c: a cycle.
+    image.setEntryField("", 76, index("c"));
+    image.setEntryField("c", 68, index("a"));
+    image.setEntryField("c", 72, compound::kNoStream);
+    image.setEntryField("a", 68, index("b"));
+    image.setEntryField("a", 72, index("c"));
+    image.setEntryField("b", 68, compound::kNoStream);
+    image.setEntryField("b", 72, compound::kNoStream);
+    const std::uint32_t cSector = image.streamSectors("c")[0];
+    image.setMiniFatEntry(cSector, cSector);
+    Mole mole = open(image);
+    const std::string cycle = "OLE: Cycle detected in findSiblingInTree at node " + std::to_string(index("c"));
+    const std::string circular = "OLE: Circular reference detected at sector " + std::to_string(cSector);
+
+    LogCapture log;
+    const Array listing = mole.getDirectory();
+    ASSERT_EQ(listing.size(), 3u);
+    EXPECT_EQ(*listing[0].dictionary()->get(u"entryname"), Value(u"/b"));
+    EXPECT_FALSE(listing[0].dictionary()->contains(u"entrysize")) << "a path that does not resolve";
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{cycle, cycle, circular}));
+    for (int kind = 0; kind < 3; ++kind) {
+        log.clear();
+        if (kind == 0) {
+            EXPECT_EQ(keysOf(mole.getOLEDictionary()), (std::vector<std::string>{"a", "c"}));
+        }
+        if (kind == 1) {
+            EXPECT_EQ(mole.getOLEArray().size(), 3u);
+        }
+        if (kind == 2) mole.getOLEDictionaryWithContents(std::vector<icu::UnicodeString>{u"b", u"c"});
+        EXPECT_EQ(log.lines(), (std::vector<std::string>{cycle, cycle, circular, circular})) << kind;
+    }
+}
+
+// A storage whose name is empty names its parent again, so every listing
+// meets the same storages level after level; the budgets end it in time and
+// memory proportional to the document.
+TEST(MoleTest, ListingsOfARepeatingTreeStayWithinTheirBudgets) {
+    CfbWriter w;
+    const std::size_t outer = w.addChildOf(0, "x", true);
+    w.addChildOf(outer, "", true);
+    w.addChildOf(outer, "big", false, pattern(1 << 20));
+    const CfbImage image = w.build();
+    Mole mole = open(image);
+    LogCapture log;
+    const std::uint64_t byteBudget = image.bytes.size() + compound::kListingBytesSlack;
+
+    // "" sorts before "big": each level first descends through "" (to the
+    // depth bound), then copies "big" again on the way back, while the bytes last.
+    const Dictionary all = mole.getOLEDictionary();
+    std::uint64_t streamBytes = 0;
+    int copies = 0;
+    for (const Dictionary* level = all.get(u"x")->dictionary(); level;
+         level = level->contains(u"") ? level->get(u"")->dictionary() : nullptr) {
+        if (const Value* big = level->get(u"big")) {
+            streamBytes += big->bytes()->size();
+            ++copies;
+        }
+    }
+    EXPECT_LE(streamBytes, byteBudget);
+    EXPECT_GT(copies, 1);
+    EXPECT_LT(copies, 20) << "each level copies the megabyte stream again";
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"Error: Maximum recursion depth exceeded in OLE structure"});
+
+    // The flat listing walks "big" on every level too, until the bytes run out.
+    const Array listing = mole.getDirectory();
+    EXPECT_GT(listing.size(), 100u);
+    EXPECT_LT(listing.size(), 200u);
 }
 
 TEST(MoleTest, BorrowedBytesAreNotCopied) {

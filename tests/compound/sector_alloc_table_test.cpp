@@ -24,7 +24,7 @@ TEST(SectorAllocTableTest, ResizeAndSetValue) {
     t.allocationSetValue(7, 10);
     EXPECT_EQ(t.allocationCount(), 11u);
     EXPECT_EQ(t.entry(10), 7u);
-    EXPECT_EQ(t.entry(5), 0xFFFFFFFFu);
+    EXPECT_EQ(t.entry(5), compound::kFreeSect);
     t.allocationSetValue(9, 2);
     EXPECT_EQ(t.entry(2), 9u);
 }
@@ -37,9 +37,33 @@ TEST(SectorAllocTableTest, LoadIgnoresTrailingPartialWord) {
     EXPECT_EQ(t.entry(1), 2u);
 }
 
+// Bytes past the end of the data read as zeros: the entries past the loaded
+// bytes are zeros (a word cut by the end keeps its bytes), computed rather
+// than stored, and every one of them leads to sector 0.
+TEST(SectorAllocTableTest, LoadLongerThanItsBytesEndsInZeroEntries) {
+    SectorAllocTable t;
+    const Bytes bytes = {2, 0, 0, 0, 0x40, 0x42, 0x0F};  // 2, then 0x0F4240 (1,000,000) cut short
+    t.allocationLoad(bytes, 4 * 1000001);
+    EXPECT_EQ(t.allocationCount(), 1000001u);
+    EXPECT_EQ(t.entry(1), 1000000u);
+    EXPECT_EQ(t.entry(2), 0u);
+    EXPECT_EQ(t.entry(1000000), 0u);
+    EXPECT_EQ(t.entry(1000001), compound::kFreeSect);
+    LogCapture log;
+    EXPECT_EQ(t.allocationFollow(1), (std::vector<std::uint32_t>{1, 1000000, 0, 2}));
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"OLE: Circular reference detected at sector 0"});
+    log.clear();
+    EXPECT_EQ(t.allocationFollow(999999), (std::vector<std::uint32_t>{999999, 0, 2}));
+    EXPECT_EQ(t.allocationFollow(0), (std::vector<std::uint32_t>{0, 2}));
+    t.allocationSetValue(7, 5);
+    EXPECT_EQ(t.entry(5), 7u);
+    EXPECT_EQ(t.entry(6), 0u);
+}
+
 TEST(SectorAllocTableTest, FollowStopsAtEveryEndMarkerAndPastTheTable) {
-    for (std::uint32_t end : {0xFFFFFFFCu, 0xFFFFFFFDu, 0xFFFFFFFEu, 0xFFFFFFFFu, 5u}) {
-        auto t = tableOf({2, end, 1, 0xFFFFFFFE});
+    using namespace compound;
+    for (std::uint32_t end : {kDifSect, kFatSect, kEndOfChain, kFreeSect, 5u}) {
+        auto t = tableOf({2, end, 1, kEndOfChain});
         LogCapture log;
         EXPECT_EQ(t.allocationFollow(0), (std::vector<std::uint32_t>{0, 2, 1})) << end;
         EXPECT_TRUE(log.lines().empty());
@@ -47,10 +71,10 @@ TEST(SectorAllocTableTest, FollowStopsAtEveryEndMarkerAndPastTheTable) {
 }
 
 TEST(SectorAllocTableTest, StartBeyondTableIsEmptyWithoutMessage) {
-    auto t = tableOf({0xFFFFFFFE});
+    auto t = tableOf({compound::kEndOfChain});
     LogCapture log;
     EXPECT_TRUE(t.allocationFollow(1).empty());
-    EXPECT_TRUE(t.allocationFollow(0xFFFFFFFE).empty());
+    EXPECT_TRUE(t.allocationFollow(compound::kEndOfChain).empty());
     EXPECT_TRUE(log.lines().empty());
 }
 
@@ -72,7 +96,7 @@ TEST(SectorAllocTableTest, ChainIsCutAtMaximumLength) {
     const std::uint32_t max = compound::kMaxChainLengthSectors;
     for (std::uint32_t length : {max - 1, max, max + 1}) {
         std::vector<std::uint32_t> entries(length);
-        for (std::uint32_t i = 0; i < length; ++i) entries[i] = i + 1 < length ? i + 1 : 0xFFFFFFFE;
+        for (std::uint32_t i = 0; i < length; ++i) entries[i] = i + 1 < length ? i + 1 : compound::kEndOfChain;
         auto t = tableOf(entries);
         LogCapture log;
         EXPECT_EQ(t.allocationFollow(0).size(), std::min(length, max));

@@ -1,21 +1,18 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <set>
 
+#include <unicode/ustring.h>
+
+#include "support/bytes.h"
 #include "tessivo/foundation/encoding.h"
 
 namespace tessivo {
 namespace {
 
 using namespace encodings;
-
-Bytes bytesOf(std::initializer_list<int> v) {
-    Bytes b;
-    for (int x : v) b.push_back(static_cast<std::uint8_t>(x));
-    return b;
-}
-
-Bytes bytesOf(std::string_view s) { return Bytes(s.begin(), s.end()); }
+using testing::bytesOf;
 
 TEST(EncodingTest, StrictDecodersRejectInvalidBytes) {
     struct Case {
@@ -29,8 +26,8 @@ TEST(EncodingTest, StrictDecodersRejectInvalidBytes) {
         {UTF8, bytesOf({0xED, 0xA0, 0x80})},        // encoded surrogate
         {UTF8, bytesOf({0xF4, 0x90, 0x80, 0x80})},  // above U+10FFFF
         {UTF16LE, bytesOf({0x41, 0x00, 0x42})},     // odd length
-        {UTF16LE, bytesOf({0x00, 0xD8, 0x41, 0x00})},  // lone lead surrogate
-        {UTF16BE, bytesOf({0xDC, 0x00})},              // lone trail surrogate
+        {UTF16BE, bytesOf({0x00})},
+        {Windows1252, bytesOf({'a', 0x81})},        // one of the five undefined bytes
         {UTF32LE, bytesOf({0x00, 0x00, 0x11, 0x00})},  // above U+10FFFF
         {ShiftJIS, bytesOf({0x82})},                   // lead byte without trail
         {NeXTSTEP, bytesOf({0xFE})},
@@ -59,6 +56,24 @@ TEST(EncodingTest, DecodesEachFamily) {
     EXPECT_EQ(decode(bytesOf({'a', 0x80, 0xFD}), NeXTSTEP), icu::UnicodeString(u"a\u00A0ÿ"));
     EXPECT_EQ(decode(bytesOf({'a', 0x61, 0xA0}), Symbol), icu::UnicodeString(u"αα€"));
     EXPECT_EQ(decode({}, UTF16LE), icu::UnicodeString());
+}
+
+// Where the platform's decoders are not the textbook ones: UTF-16 keeps an
+// unpaired surrogate, Windows-1252 refuses its five undefined bytes, UTF-8
+// drops a leading byte-order mark.
+TEST(EncodingTest, PlatformDecodingRules) {
+    EXPECT_EQ(decode(bytesOf({'a', 0, 0x00, 0xD8, 'b', 0}), UTF16LE), icu::UnicodeString(u"a\xD800" u"b"));
+    EXPECT_EQ(decode(bytesOf({0xDC, 0x00, 0, 'b'}), UTF16BE), icu::UnicodeString(u"\xDC00" u"b"));
+    EXPECT_EQ(decode(bytesOf({0xFF, 0xFE, 0x3D, 0xD8}), UTF16), icu::UnicodeString(u"\xD83D"));
+    for (int undefined : {0x81, 0x8D, 0x8F, 0x90, 0x9D}) {
+        EXPECT_FALSE(decode(bytesOf({'a', undefined}), Windows1252)) << undefined;
+        EXPECT_TRUE(decode(bytesOf({'a', undefined}), ISOLatin1)) << undefined;
+    }
+    EXPECT_EQ(decode(bytesOf({0x80, 0x8E, 0x9F}), Windows1252), icu::UnicodeString(u"€ŽŸ"));
+    EXPECT_EQ(decode(bytesOf({0xEF, 0xBB, 0xBF, 'h', 'i'}), UTF8), icu::UnicodeString(u"hi"));
+    EXPECT_EQ(decode(bytesOf({0xEF, 0xBB, 0xBF}), UTF8), icu::UnicodeString());
+    EXPECT_EQ(decode(bytesOf({'h', 0xEF, 0xBB, 0xBF}), UTF8), icu::UnicodeString(u"h\uFEFF")) << "only a leading mark";
+    EXPECT_EQ(decode(bytesOf({0xEF, 0xBB, 0xBF, 0xEF, 0xBB, 0xBF}), UTF8), icu::UnicodeString(u"\uFEFF"));
 }
 
 TEST(EncodingTest, UnicodeWithMarkHonoursOrLooksPastTheMark) {

@@ -8,11 +8,10 @@
 namespace tessivo {
 namespace {
 
-ByteView view(std::string_view s) { return {reinterpret_cast<const std::uint8_t*>(s.data()), s.size()}; }
 
 // The text of an RTF document as UTF-8, or "<nothing>".
 std::string text(std::string_view rtf) {
-    auto t = rtfPlainText(view(rtf));
+    auto t = rtfPlainText(asBytes(rtf));
     return t ? toUtf8(*t) : "<nothing>";
 }
 

@@ -31,6 +31,7 @@ TEST(TextTest, ReplaceAllIsLeftToRightAndNonOverlapping) {
 TEST(TextTest, SplitKeepsEmptyPieces) {
     EXPECT_EQ(split(u"a:b::c", u":"), (std::vector<U>{u"a", u"b", u"", u"c"}));
     EXPECT_EQ(split(u"", u";"), (std::vector<U>{u""}));
+    EXPECT_EQ(split(u"aXbxc", u"x", CaseInsensitive), (std::vector<U>{u"a", u"b", u"c"}));
     EXPECT_EQ(splitBySet(u" a\tb ", whitespaceSet()), (std::vector<U>{u"", u"a", u"b", u""}));
     EXPECT_EQ(join({u"a", u"b"}, u" "), U(u"a b"));
 }

@@ -7,12 +7,14 @@
 #include <KFileMetaData/ExtractorCollection>
 #include <KFileMetaData/SimpleExtractionResult>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QMimeDatabase>
 #include <gtest/gtest.h>
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
 #include "support/corpus.h"
+#include "support/shrinking_file.h"
 
 namespace tessivo::testing {
 namespace {
@@ -83,6 +85,42 @@ TEST_F(KdeHostTest, MetadataOnlyRequestAndDamagedFileGiveNoText) {
     const fs::path broken = *root_ / "broken.msg";
     ASSERT_TRUE(writeFile(broken, damaged));
     EXPECT_FALSE(extractText(broken, KFileMetaData::ExtractionResult::ExtractPlainText).contains("heron"));
+}
+
+// A message that another process cuts short and writes again while the
+// plug-in reads it: never a crash, text as far as it was read or none.
+TEST_F(KdeHostTest, FileShrinkingWhileItIsRead) {
+    std::string words;
+    for (int i = 0; i < 100000; ++i) words += "heron ";
+    ShrinkingFile file(*root_ / "shrinking.msg", makeMessage(BodyKind::UnicodeText, words));
+    for (int i = 0; i < 30; ++i) {
+        const QString text = extractText(file.path(), KFileMetaData::ExtractionResult::ExtractPlainText);
+        EXPECT_TRUE(text.isEmpty() || text.startsWith(QStringLiteral("heron "))) << text.left(40).toStdString();
+    }
+}
+
+TEST_F(KdeHostTest, GivesSubjectSenderAndDateAsProperties) {
+    const MailFacts facts{
+        .subject = "Квартальный отчёт",
+        .senderName = "Jane Roe",
+        .senderAddress = "jane@example.com",
+        .recipients = {{"Ann Lee", "ann@example.org"}},
+        .deliveredAt = 1700000000};
+    const fs::path file = *root_ / "mail.msg";
+    ASSERT_TRUE(writeFile(file, makeMailMessage(facts, "The numbers are in")));
+    KFileMetaData::ExtractorCollection collection;
+    const auto extractors = collection.fetchExtractors(kOutlookType);
+    ASSERT_EQ(extractors.size(), 1);
+    KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), kOutlookType,
+                                                 KFileMetaData::ExtractionResult::ExtractEverything);
+    extractors.front()->extract(&result);
+    const auto properties = result.properties();
+    EXPECT_EQ(properties.value(KFileMetaData::Property::Title).toString(), QStringLiteral("Квартальный отчёт"));
+    EXPECT_EQ(properties.value(KFileMetaData::Property::Author).toString(),
+              QStringLiteral("Jane Roe <jane@example.com>"));
+    EXPECT_EQ(properties.value(KFileMetaData::Property::CreationDate).toDateTime(),
+              QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC));
+    EXPECT_EQ(result.text().trimmed(), QStringLiteral("The numbers are in"));
 }
 
 TEST_F(KdeHostTest, MimePackageNamesMsgFilesOutlookMessages) {

@@ -1,15 +1,12 @@
 #include "hosts/message_maker.h"
 
+#include "support/bytes.h"
 #include "support/cfb_writer.h"
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
+#include "support/msg_writer.h"
 
 namespace tessivo::testing {
-namespace {
-
-Bytes bytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
-}  // namespace
 
 std::string_view bodyKindName(BodyKind kind) {
     switch (kind) {
@@ -49,6 +46,19 @@ Bytes makeMessageWithoutBody() {
     CfbWriter writer;
     writer.addStream("__substg1.0_0037001F", utf16le("Subject only"));
     return writer.build().bytes;
+}
+
+Bytes makeMailMessage(const MailFacts& facts, std::string_view words) {
+    MsgWriter m;
+    m.string8(0x001A, "IPM.Note");
+    m.unicode(0x0037, facts.subject);
+    m.unicode(0x0C1A, facts.senderName);
+    m.unicode(0x0C1F, facts.senderAddress);
+    m.property(0x0E06, 0x0040, fileTimeFromUnix(facts.deliveredAt));
+    m.unicode(0x1000, words);
+    for (const auto& [name, address] : facts.recipients) m.addRecipient().unicode(0x3001, name).unicode(0x3003, address);
+    for (const auto& name : facts.attachmentNames) m.addAttachment().unicode(0x3707, name).binary(0x3701, bytesOf(name));
+    return m.build();
 }
 
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words) {

@@ -8,9 +8,12 @@
 // given words; so a word is found only if that kind of body is read.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tessivo/foundation/value.h"
 
@@ -27,6 +30,19 @@ Bytes makeMessage(BodyKind kind, std::string_view words);
 
 // A message with a subject and no body at all.
 Bytes makeMessageWithoutBody();
+
+// What the hosts show of a mail message besides its text.
+struct MailFacts {
+    std::string subject;
+    std::string senderName;
+    std::string senderAddress;
+    std::vector<std::pair<std::string, std::string>> recipients;  // name, address
+    std::int64_t deliveredAt = 0;                                 // Unix seconds
+    std::vector<std::string> attachmentNames;                     // each with a few bytes of data
+};
+
+// An e-mail (IPM.Note) with a Unicode text body of the given words and the facts.
+Bytes makeMailMessage(const MailFacts& facts, std::string_view words);
 
 // Writes makeMessage(kind, words) to path; false when it cannot be written.
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words);

@@ -1,9 +1,9 @@
-// Recoll finds saved messages by the words of their body: a private Recoll
-// configuration set up with `tessivo recoll-setup`, indexed by recollindex,
-// queried with recollq.
+// Recoll finds saved messages: a private Recoll configuration set up with
+// `tessivo recoll-setup`, indexed by recollindex, queried with recollq.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -27,10 +27,31 @@ protected:
         root_ = freshScratchDir("recoll-host-test");
         fs::create_directories(docs());
     }
-    void TearDown() override { fs::remove_all(root_); }
+    void TearDown() override {
+        if (!root_.empty()) fs::remove_all(root_);
+    }
 
     fs::path docs() const { return root_ / "docs"; }
-    std::string conf() const { return shellQuote((root_ / "conf").string()); }
+    fs::path confDir() const { return root_ / "conf"; }
+    std::string conf() const { return shellQuote(confDir().string()); }
+
+    // Sets the configuration up with the given tessivo, to index docs().
+    void setUp(const std::string& tessivo = TESSIVO_COMMAND) {
+        const auto setup = runCommand(shellQuote(tessivo) + " recoll-setup --config " + conf());
+        ASSERT_EQ(setup.status, 0) << setup.out;
+        std::ofstream(confDir() / "recoll.conf", std::ios::app)
+            << "topdirs = " << docs().string() << "\nnoaspell = 1\nloglevel = 4\nlogfilename = "
+            << (root_ / "index.log").string() << "\n";
+    }
+
+    // Indexes docs() and returns the indexer's log.
+    std::string index() {
+        const auto run = runCommand("recollindex -c " + conf() + " 2>&1");
+        EXPECT_EQ(run.status, 0) << run.out;
+        std::stringstream log;
+        log << std::ifstream(root_ / "index.log").rdbuf();
+        return log.str();
+    }
 
     // The files Recoll finds for a query, as file:// URLs.
     std::string query(const std::string& words) {
@@ -50,14 +71,8 @@ TEST_F(RecollHostTest, FindsEachMessageThroughItsOnlyBody) {
         ASSERT_TRUE(writeMessage(docs() / (std::string(bodyKindName(kind)) + ".msg"), kind,
                                  std::string("Note about the ") + word + " delivery"));
     ASSERT_TRUE(writeFile(docs() / "nobody.msg", makeMessageWithoutBody()));
-
-    const auto setup = runCommand(std::string(TESSIVO_COMMAND) + " recoll-setup --config " + conf() + " --from " +
-                                  shellQuote(TESSIVO_RECOLL_FILES));
-    ASSERT_EQ(setup.status, 0) << setup.out;
-    std::ofstream(root_ / "conf" / "recoll.conf", std::ios::app)
-        << "topdirs = " << docs().string() << "\nnoaspell = 1\nloglevel = 2\n";
-    const auto index = runCommand("recollindex -c " + conf() + " 2>&1");
-    ASSERT_EQ(index.status, 0) << index.out;
+    setUp();
+    const std::string log = index();
 
     for (const auto& [kind, word] : messages)
         EXPECT_EQ(query(word), url(docs() / (std::string(bodyKindName(kind)) + ".msg"))) << word;
@@ -65,6 +80,75 @@ TEST_F(RecollHostTest, FindsEachMessageThroughItsOnlyBody) {
     EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 4) << all;
     // A message without a body is indexed too, by its name.
     EXPECT_EQ(query("filename:nobody.msg"), url(docs() / "nobody.msg"));
+    // One persistent handler per indexing thread, not one process per file.
+    const std::string start = fs::canonical(TESSIVO_COMMAND).string() + " {recoll-handler}";
+    std::size_t starts = 0;
+    for (auto at = log.find(start); at != std::string::npos; at = log.find(start, at + 1)) ++starts;
+    EXPECT_GE(starts, 1u) << log;
+    EXPECT_LE(starts, 2u) << log;
+}
+
+TEST_F(RecollHostTest, FindsMessagesBySubjectSenderRecipientAndAttachment) {
+    const MailFacts jane{
+        .subject = "Quarterly walrus figures",
+        .senderName = "Jane Roe",
+        .senderAddress = "jane@example.com",
+        .recipients = {{"Ann Lee", "ann@example.org"}},
+        .deliveredAt = 1700000000,
+        .attachmentNames = {"budget-forecast.xlsx"}};
+    const MailFacts bob{
+        .subject = "Lunch on Friday",
+        .senderName = "Bob Stone",
+        .senderAddress = "bob@example.net",
+        .recipients = {{"Carl Moss", "carl@example.org"}},
+        .deliveredAt = 1600000000,
+        .attachmentNames = {"menu.pdf"}};
+    ASSERT_TRUE(writeFile(docs() / "jane.msg", makeMailMessage(jane, "Numbers attached")));
+    ASSERT_TRUE(writeFile(docs() / "bob.msg", makeMailMessage(bob, "Numbers later")));
+    setUp();
+    index();
+
+    EXPECT_EQ(query("title:walrus"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("title:numbers"), "");  // a body word, not a subject word
+    EXPECT_EQ(query("author:jane"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("author:stone"), url(docs() / "bob.msg"));
+    EXPECT_EQ(query("recipient:carl"), url(docs() / "bob.msg"));
+    EXPECT_EQ(query("attachment:forecast"), url(docs() / "jane.msg"));
+    EXPECT_EQ(query("menu"), url(docs() / "bob.msg"));  // attachment names are plain words too
+    // The result list shows the subject as the title and the delivery time as the date.
+    const std::string fields = runCommand("recollq -c " + conf() + " -m walrus 2>/dev/null").out;
+    EXPECT_NE(fields.find("title = Quarterly walrus figures"), std::string::npos) << fields;
+    EXPECT_NE(fields.find("dmtime = 01700000000"), std::string::npos) << fields;
+}
+
+TEST_F(RecollHostTest, PstFilesStayWithRecollsOwnHandler) {
+    ASSERT_TRUE(writeMessage(docs() / "note.msg", BodyKind::Html, "quince"));
+    ASSERT_TRUE(writeFile(docs() / "mailbox.pst", Bytes{'!', 'B', 'D', 'N', 0, 0, 0, 0}));
+    setUp();
+    const std::string log = index();
+    EXPECT_EQ(query("quince"), url(docs() / "note.msg"));
+    // Recoll's PST handler is run for the mailbox (it may then miss its own helper program).
+    std::istringstream lines(log);
+    bool pstHandlerRun = false;
+    for (std::string line; std::getline(lines, line);)
+        pstHandlerRun = pstHandlerRun || (line.find("startExec") != std::string::npos &&
+                                          line.find("/rclpst.py") != std::string::npos);
+    EXPECT_TRUE(pstHandlerRun) << log;
+}
+
+// `cmake --install` into a prefix of the user's, without root: the installed
+// tessivo registers itself, wherever it is.
+TEST_F(RecollHostTest, InstallWithoutRootIntoAnyPrefix) {
+    const fs::path prefix = root_ / "my programs";
+    const auto install = runCommand(shellQuote(CMAKE_COMMAND) + " --install " + shellQuote(TESSIVO_BUILD_DIR) +
+                                    " --prefix " + shellQuote(prefix.string()) + " 2>&1");
+    ASSERT_EQ(install.status, 0) << install.out;
+    ASSERT_TRUE(fs::exists(prefix / "bin" / "tessivo"));
+    ASSERT_TRUE(writeMessage(docs() / "a.msg", BodyKind::CompressedRtf, "nightingale"));
+    setUp((prefix / "bin" / "tessivo").string());
+    const std::string log = index();
+    EXPECT_EQ(query("nightingale"), url(docs() / "a.msg"));
+    EXPECT_NE(log.find(prefix.string() + "/bin/tessivo {recoll-handler}"), std::string::npos) << log;
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <memory>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
 #include "support/corpus.h"
+#include "support/shrinking_file.h"
 
 namespace tessivo {
 namespace {
@@ -107,6 +109,31 @@ TEST_F(TextArchiveTest, ExitStatusMatchesTextCommand) {
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0]["ok"], false);
     EXPECT_EQ(status, 1);
+}
+
+// Messages that another process cuts short and writes again during the run:
+// the run goes to its end with a line for each, text (whole, or as far as
+// it was read) or a reason.
+TEST_F(TextArchiveTest, FilesShrinkingDuringTheRun) {
+    std::string words;
+    for (int i = 0; i < 100000; ++i) words += "heron ";
+    const Bytes message = testing::makeMessage(testing::BodyKind::UnicodeText, words);
+    ASSERT_GT(message.size(), 1u << 20);
+    std::vector<std::unique_ptr<testing::ShrinkingFile>> files;
+    for (int i = 0; i < 3; ++i)
+        files.push_back(std::make_unique<testing::ShrinkingFile>(dir_ / ("m" + std::to_string(i) + ".msg"), message));
+    for (int run = 0; run < 5; ++run) {
+        int status = -1;
+        const auto lines = archive("--jobs 2 " + testing::shellQuote(dir_.string()) + " 2>/dev/null", status);
+        EXPECT_TRUE(status == 0 || status == 1 || status == 3) << "status " << status;
+        ASSERT_EQ(lines.size(), 3u);
+        for (const auto& line : lines) {
+            if (line["ok"] == true)
+                EXPECT_TRUE(line["text"] == "" || line.value("text", "").rfind("heron ", 0) == 0) << line.dump();
+            else
+                EXPECT_FALSE(line.value("error", "").empty()) << line.dump();
+        }
+    }
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "support/cfb_writer.h"
@@ -192,8 +190,8 @@ TEST_F(GetMetadataForFileTest, RefusesMissingArgumentsOtherTypesAndBadFiles) {
 }
 
 TEST(PluginBundle, InfoPlistNamesTheFactoryAndImporterType) {
-    std::ifstream in(std::string(TESSIVO_SOURCE_DIR) + "/hosts/macos/Info.plist");
-    const std::string plist((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const tessivo::Bytes bytes = tessivo::testing::readFile(std::string(TESSIVO_SOURCE_DIR) + "/hosts/macos/Info.plist");
+    const std::string plist(bytes.begin(), bytes.end());
     ASSERT_FALSE(plist.empty());
     const std::string factory = TESSIVO_IMPORTER_FACTORY_UUID;
     EXPECT_NE(plist.find("<key>" + factory + "</key>\n\t\t<string>MetadataImporterPluginFactory</string>"),

@@ -10,7 +10,6 @@
 namespace tessivo {
 namespace {
 
-ByteView bytesOf(std::string_view s) { return {reinterpret_cast<const std::uint8_t*>(s.data()), s.size()}; }
 std::string text(const Bytes& b) { return std::string(b.begin(), b.end()); }
 std::string newDecode(std::string_view s) { return text(NewBase64Decode(s.data(), s.size())); }
 
@@ -46,17 +45,17 @@ TEST(NewBase64DecodeTest, AllOnesLengthMeasuresNulTerminatedInput) {
 }
 
 TEST(NewBase64EncodeTest, PadsAndSeparatesLines) {
-    EXPECT_EQ(NewBase64Encode(bytesOf("Man"), false), "TWFu");
-    EXPECT_EQ(NewBase64Encode(bytesOf("Ma"), false), "TWE=");
-    EXPECT_EQ(NewBase64Encode(bytesOf("M"), false), "TQ==");
-    EXPECT_EQ(NewBase64Encode(bytesOf(""), true), "");
+    EXPECT_EQ(NewBase64Encode(asBytes("Man"), false), "TWFu");
+    EXPECT_EQ(NewBase64Encode(asBytes("Ma"), false), "TWE=");
+    EXPECT_EQ(NewBase64Encode(asBytes("M"), false), "TQ==");
+    EXPECT_EQ(NewBase64Encode(asBytes(""), true), "");
 
     const std::string line(48, 'x');
-    const std::string encodedLine = NewBase64Encode(bytesOf(line), false);
+    const std::string encodedLine = NewBase64Encode(asBytes(line), false);
     ASSERT_EQ(encodedLine.size(), 64u);
-    EXPECT_EQ(NewBase64Encode(bytesOf(line), true), encodedLine);  // no break after the last line
-    EXPECT_EQ(NewBase64Encode(bytesOf(line + line), true), encodedLine + "\r\n" + encodedLine);
-    EXPECT_EQ(NewBase64Encode(bytesOf(line + "M"), true), encodedLine + "\r\nTQ==");
+    EXPECT_EQ(NewBase64Encode(asBytes(line), true), encodedLine);  // no break after the last line
+    EXPECT_EQ(NewBase64Encode(asBytes(line + line), true), encodedLine + "\r\n" + encodedLine);
+    EXPECT_EQ(NewBase64Encode(asBytes(line + "M"), true), encodedLine + "\r\nTQ==");
 }
 
 TEST(NewBase64Test, RoundTripsRandomBytes) {
@@ -72,21 +71,21 @@ TEST(NewBase64Test, RoundTripsRandomBytes) {
 }
 
 TEST(Base64EncodeTest, LastCharacterIsAlwaysASingleEquals) {
-    EXPECT_EQ(base64_encode(bytesOf(""), false), "");
-    EXPECT_EQ(base64_encode(bytesOf("M"), false), "TQA=");
-    EXPECT_EQ(base64_encode(bytesOf("Ma"), false), "TWE=");
-    EXPECT_EQ(base64_encode(bytesOf("Man"), false), "TWF=");
-    EXPECT_EQ(base64_encode(bytesOf("ManM"), false), "TWFuTQA=");
+    EXPECT_EQ(base64_encode(asBytes(""), false), "");
+    EXPECT_EQ(base64_encode(asBytes("M"), false), "TQA=");
+    EXPECT_EQ(base64_encode(asBytes("Ma"), false), "TWE=");
+    EXPECT_EQ(base64_encode(asBytes("Man"), false), "TWF=");
+    EXPECT_EQ(base64_encode(asBytes("ManM"), false), "TWFuTQA=");
 }
 
 TEST(Base64EncodeTest, LineBreaksEvery76Characters) {
     const std::string input(57 * 2 + 3, 'x');  // two full lines and one group
-    const std::string out = base64_encode(bytesOf(input), true);
+    const std::string out = base64_encode(asBytes(input), true);
     ASSERT_EQ(out.size(), 76u * 2 + 4 + 2);
     EXPECT_EQ(out[76], '\n');
     EXPECT_EQ(out[153], '\n');
     EXPECT_EQ(out.find('\n', 154), std::string::npos);
-    EXPECT_EQ(base64_encode(bytesOf(std::string(57, 'x')), true).find('\n'), std::string::npos);
+    EXPECT_EQ(base64_encode(asBytes(std::string(57, 'x')), true).find('\n'), std::string::npos);
 }
 
 TEST(Base64DecodeTest, PaddingAndForeignCharactersDecodeAsZero) {
@@ -116,12 +115,12 @@ TEST(Base64DecodeTest, ReadsWhatBase64EncodeWritesAsCString) {
 }
 
 TEST(RequiresBase64EncodingTest, ControlCharactersOtherThanTabAndLineFeed) {
-    EXPECT_TRUE(requires_base64_encoding(bytesOf("a\rb")));
-    EXPECT_TRUE(requires_base64_encoding(bytesOf(std::string_view("a\0", 2))));
-    EXPECT_TRUE(requires_base64_encoding(bytesOf("\x1F")));
-    EXPECT_FALSE(requires_base64_encoding(bytesOf("a\tb\n")));
-    EXPECT_FALSE(requires_base64_encoding(bytesOf("caf\xC3\xA9 \x7F")));
-    EXPECT_FALSE(requires_base64_encoding(bytesOf("")));
+    EXPECT_TRUE(requires_base64_encoding(asBytes("a\rb")));
+    EXPECT_TRUE(requires_base64_encoding(asBytes(std::string_view("a\0", 2))));
+    EXPECT_TRUE(requires_base64_encoding(asBytes("\x1F")));
+    EXPECT_FALSE(requires_base64_encoding(asBytes("a\tb\n")));
+    EXPECT_FALSE(requires_base64_encoding(asBytes("caf\xC3\xA9 \x7F")));
+    EXPECT_FALSE(requires_base64_encoding(asBytes("")));
 }
 
 TEST(StrictBase64DecodeTest, SkipsUnknownCharactersButChecksPadding) {

@@ -66,6 +66,15 @@ TEST(EmailAddressesTest, OverlongValuesSplitAtEveryComma) {
     EXPECT_EQ(pairs[1].second, "x@example.com");
 }
 
+TEST(EmailAddressesTest, LongListsStopAtTheAddressLimit) {
+    icu::UnicodeString quoted, plain;
+    for (std::size_t i = 0; i <= kMaxAddresses; ++i) quoted += u"\"a\" <a@example.com>, ";
+    while (plain.length() <= kMaxQuotedSplitLength) plain += u"b@example.com,";
+    for (std::size_t i = 0; i <= kMaxAddresses; ++i) plain += u"c@example.com,";
+    EXPECT_EQ(processEmailAddresses(quoted).size(), kMaxAddresses);
+    EXPECT_EQ(processEmailAddresses(plain).size(), kMaxAddresses);
+}
+
 TEST(EmailAddressesTest, BuildAddressFromTagsKeepsEmptyStrings) {
     const Dictionary d = buildAddressFromTags(u"", u"");
     EXPECT_EQ(d.keys(), (std::vector<icu::UnicodeString>{u"Name", u"Address"}));

@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <utility>
+#include <vector>
+
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/regex.h"
+#include "tessivo/mime/encoded_words.h"
 #include "tessivo/mime/mime_strings.h"
 
 namespace tessivo {
@@ -39,6 +45,8 @@ TEST(DecodeMimeHeaderTest, DecodesBothMethods) {
     EXPECT_EQ(decodeMimeHeader(u"=?utf-8?q?Caf=C3=A9?="), u"Caf\u00E9");
     EXPECT_EQ(decodeMimeHeader(u"=?windows-1251?B?7/Do4uXy?="), u"\u043F\u0440\u0438\u0432\u0435\u0442");
     EXPECT_EQ(decodeMimeHeader(u"=?x-unknown?Q?abc?="), u"abc");
+    // A stated charset that does not fit falls back to Windows Latin 1.
+    EXPECT_EQ(decodeMimeHeader(u"=?utf-8?Q?caf=E9?="), u"caf\u00E9");
 }
 
 TEST(DecodeMimeHeaderTest, KeepsTextAroundAndBetweenWords) {
@@ -56,7 +64,7 @@ TEST(DecodeMimeHeaderTest, UndecodableWordsVanishWithoutAMessage) {
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?Q?b?c?= d"), u"a  d");           // four pieces
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?B?SGVsbG8?= d"), u"a  d");       // unpadded base64
     EXPECT_EQ(decodeMimeHeader(u"a =?utf-8?B??= d"), u"a  d");              // empty text
-    EXPECT_EQ(decodeMimeHeader(u"=?utf-16be?B?2D0=?="), u"");                // lone surrogate
+    EXPECT_EQ(decodeMimeHeader(u"=?utf-16be?B?2D0A?="), u"");               // odd byte count
     decodeMimeHeader(u"=?utf-8?Q?a?= =?bad");
     EXPECT_TRUE(capture.lines().empty());
 }
@@ -70,6 +78,25 @@ TEST(DecodeMimeHeaderTest, WordsMustEndBeforeWhiteSpaceOrTheEnd) {
     // A word does not span a line break.
     EXPECT_EQ(decodeMimeHeader(u"=?utf-8?Q?a\n?= b"), u"=?utf-8?Q?a\n?= b");
     EXPECT_EQ(decodeMimeHeader(u"x=?utf-8?Q?a?=\nb"), u"xa\nb");
+}
+
+// The linear finder against the expression it stands for, on random values
+// made of the characters that matter: markers, white space of several kinds,
+// line terminators, a lone surrogate.
+TEST(DecodeMimeHeaderTest, WordsFoundAsTheExpressionFindsThem) {
+    const auto expression = Regex::compile(u"=\\?(.*?)\\?=(?!\\S)", Regex::CaseInsensitive);
+    ASSERT_TRUE(expression);
+    const char16_t alphabet[] = {u'=', u'?', u'=', u'?', u'a', u'Q', u' ', u'\t', u'\n', u'\r',
+                                 0x0B,  0x0C,  0x85,  0xA0,  0x1680, 0x2028, 0x2029, 0x3000, 0xD83D};
+    std::mt19937 random(2047);
+    for (int round = 0; round < 20000; ++round) {
+        icu::UnicodeString value;
+        for (int i = static_cast<int>(random() % 24); i > 0; --i) value.append(alphabet[random() % std::size(alphabet)]);
+        std::vector<std::pair<std::int32_t, std::int32_t>> expected, found;
+        for (const auto& match : expression->allMatches(value)) expected.emplace_back(match.range().start, match.range().end);
+        for (const auto& word : findEncodedWords(value)) found.emplace_back(word.start, word.end);
+        ASSERT_EQ(found, expected) << toUtf8(value);
+    }
 }
 
 TEST(DecodeMimeHeaderTest, QuotedPrintableWordsKeepUnderscores) {

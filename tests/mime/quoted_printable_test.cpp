@@ -8,12 +8,11 @@
 namespace tessivo {
 namespace {
 
-ByteView bytesOf(std::string_view s) { return {reinterpret_cast<const std::uint8_t*>(s.data()), s.size()}; }
 
 // The decoded text, or "<fail>"; checks the NUL terminator and reported length.
 std::string decode(std::string_view in, bool underscoreIsSpace = false) {
     std::size_t length = 12345;
-    const auto out = quoted_printable_decode(bytesOf(in), length, underscoreIsSpace);
+    const auto out = quoted_printable_decode(asBytes(in), length, underscoreIsSpace);
     if (!out) return "<fail>";
     EXPECT_EQ(out->size(), length + 1);
     EXPECT_EQ(out->back(), 0);
@@ -40,6 +39,7 @@ TEST(QuotedPrintableDecodeTest, SoftLineBreaksProduceNothing) {
     EXPECT_EQ(decode("a= \t \r\nb"), "ab");
     EXPECT_EQ(decode("a= \nb"), "ab");
     EXPECT_EQ(decode("a=\r"), "a");  // CR as the last byte
+    EXPECT_EQ(decode("a=\r\n"), "a");  // CR LF as the last two bytes: one line end
     // After blanks, any byte that is not invalid is taken as the line end.
     EXPECT_EQ(decode("a= Fb"), "ab");
     EXPECT_EQ(decode("a=  "), "<fail>");   // blanks run to the end

@@ -234,6 +234,7 @@ TEST(ReadMSGTest, TranscribedBodyReplacesBodyInACopy) {
     EXPECT_EQ(*reader->getContent(u"Body")->string(), u"Original");
     EXPECT_EQ(reader->getContent(u"Nothing"), nullptr);
     EXPECT_EQ(&reader->buildDictionary(Value()), &*reader);
+    EXPECT_EQ(text(std::move(*reader).returnFullDictionary(), u"Body"), "Transcribed");
 }
 
 TEST(ReadMSGTest, SenderTakesTheFirstValidAddress) {

@@ -20,14 +20,16 @@
 #include <string_view>
 #include <vector>
 
+#include "tessivo/compound/limits.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo::testing {
 
-constexpr std::uint32_t kFreeSect = 0xFFFFFFFF;
-constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE;
-constexpr std::uint32_t kFatSect = 0xFFFFFFFD;
-constexpr std::uint32_t kDifSect = 0xFFFFFFFC;
+// The special sector numbers the writer puts into its tables.
+using compound::kDifSect;
+using compound::kEndOfChain;
+using compound::kFatSect;
+using compound::kFreeSect;
 
 // A built document and where its structures lie, for patching.
 struct CfbImage {

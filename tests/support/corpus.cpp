@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
+
+#include "tessivo/foundation/file_bytes.h"
 
 namespace tessivo::testing {
 
@@ -27,8 +28,10 @@ std::vector<std::filesystem::path> corpusFiles(const std::string& extension) {
 }
 
 Bytes readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    Bytes bytes;
+    std::string reason;
+    readWholeFile(path.string(), bytes, reason);
+    return bytes;
 }
 
 bool writeFile(const std::filesystem::path& path, ByteView bytes) {

@@ -16,6 +16,7 @@ std::optional<std::filesystem::path> corpusDir();
 // Every file under the corpus with the given extension (".msg"), sorted.
 std::vector<std::filesystem::path> corpusFiles(const std::string& extension);
 
+// The file's bytes; empty when it cannot be read.
 Bytes readFile(const std::filesystem::path& path);
 
 // Writes bytes to path, creating the folders above it; false when that fails.

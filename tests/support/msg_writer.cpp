@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "tessivo/foundation/file_time.h"
+
 namespace tessivo::testing {
 
 namespace {
@@ -60,7 +62,7 @@ Bytes nameEntry(std::uint32_t nameOrOffset, std::uint16_t kindAndGuid, std::uint
 }
 
 std::uint64_t fileTimeFromUnix(std::int64_t seconds) {
-    return static_cast<std::uint64_t>(seconds + 11644473600LL) * 10000000ULL;
+    return static_cast<std::uint64_t>(seconds + kWindowsEpochSeconds) * kTicksPerSecond;
 }
 
 MsgStorage& MsgStorage::unicode(std::uint32_t id, std::string_view text) {

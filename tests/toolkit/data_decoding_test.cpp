@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "support/bytes.h"
 #include "tessivo/toolkit/data_decoding.h"
 #include "tessivo/toolkit/string_wangers.h"
 
@@ -9,14 +10,7 @@ namespace {
 namespace data = DataWangersNSDataAdditions;
 using namespace std::literals;
 using U = icu::UnicodeString;
-
-Bytes bytesOf(std::initializer_list<int> v) {
-    Bytes b;
-    for (int x : v) b.push_back(static_cast<std::uint8_t>(x));
-    return b;
-}
-
-Bytes bytesOf(std::string_view s) { return Bytes(s.begin(), s.end()); }
+using testing::bytesOf;
 
 Bytes utf16le(std::u16string_view s, std::size_t junkPrefix = 0) {
     Bytes b(junkPrefix, 0xD8);

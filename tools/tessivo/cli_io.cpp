@@ -3,37 +3,31 @@
 #include <cstdio>
 #include <iostream>
 
+#include "tessivo/foundation/file_bytes.h"
+
 namespace tessivo::cli {
 
 void reportError(std::string_view what, std::string_view reason) {
     std::cerr << "tessivo: " << what << ": " << reason << '\n';
 }
 
-std::optional<MappedFile> openInput(const std::string& path) {
-    auto result = MappedFile::open(path);
-    if (auto* reason = std::get_if<std::string>(&result)) {
-        reportError(path, *reason);
-        return std::nullopt;
-    }
-    return std::move(std::get<MappedFile>(result));
+bool readInput(const std::string& pathOrDash, Bytes& bytes, std::string& reason) {
+    if (!pathOrDash.empty() && pathOrDash != "-") return readWholeFile(pathOrDash, bytes, reason);
+    bytes.clear();
+    unsigned char buf[65536];
+    std::size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) bytes.insert(bytes.end(), buf, buf + n);
+    if (!std::ferror(stdin)) return true;
+    reason = "read error on standard input";
+    return false;
 }
 
 std::optional<Bytes> readAll(const std::string& pathOrDash) {
-    if (pathOrDash.empty() || pathOrDash == "-") {
-        Bytes out;
-        unsigned char buf[65536];
-        std::size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) out.insert(out.end(), buf, buf + n);
-        if (std::ferror(stdin)) {
-            reportError("stdin", "read error");
-            return std::nullopt;
-        }
-        return out;
-    }
-    auto file = openInput(pathOrDash);
-    if (!file) return std::nullopt;
-    auto bytes = file->bytes();
-    return Bytes(bytes.begin(), bytes.end());
+    Bytes bytes;
+    std::string reason;
+    if (readInput(pathOrDash, bytes, reason)) return bytes;
+    reportError(pathOrDash.empty() || pathOrDash == "-" ? "stdin" : pathOrDash, reason);
+    return std::nullopt;
 }
 
 bool writeOut(ByteView bytes) {

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "tessivo/foundation/mapped_file.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo::cli {
@@ -13,8 +12,9 @@ namespace tessivo::cli {
 // Prints "tessivo: WHAT: REASON" on stderr.
 void reportError(std::string_view what, std::string_view reason);
 
-// Maps the named file, or reports why it cannot be read and yields nothing.
-std::optional<MappedFile> openInput(const std::string& path);
+// Replaces bytes with all of standard input ("-" or no name) or of the named
+// file; false, with reason in words, when it cannot be read.
+bool readInput(const std::string& pathOrDash, Bytes& bytes, std::string& reason);
 
 // Reads all of standard input ("-" or no file) or the named file; reports
 // failures and yields nothing.

@@ -38,15 +38,17 @@ nlohmann::ordered_json listEntry(const MessageAttachment& attachment) {
     entry["name"] = toUtf8(attachment.name);
     entry["size"] = attachment.data ? nlohmann::ordered_json(attachment.data->size()) : nullptr;
     entry["mimeType"] = attachment.mimeType ? nlohmann::ordered_json(toUtf8(*attachment.mimeType)) : nullptr;
+    if (!attachment.incomplete.empty()) entry["incomplete"] = attachment.incomplete;
     return entry;
 }
 
 bool print(const std::string& line) {
     std::string text = line + '\n';
-    return writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    return writeOut(asBytes(text));
 }
 
-// One file's attachments saved, each path printed; false when one could not be saved.
+// One file's attachments saved, each path printed; false when one could not
+// be saved or was saved incomplete.
 bool saveAll(const std::string& path, const std::vector<MessageAttachment>& attachments,
              const AttachmentSaver& saver, bool& writeFailed) {
     bool ok = true;
@@ -56,7 +58,14 @@ bool saveAll(const std::string& path, const std::vector<MessageAttachment>& atta
         if (auto* reason = std::get_if<std::string>(&written)) {
             reportError(path, "cannot save attachment: " + *reason);
             ok = false;
-        } else if (!print(std::get<std::filesystem::path>(written).string())) {
+            continue;
+        }
+        const std::string saved = std::get<std::filesystem::path>(written).string();
+        if (!attachment.incomplete.empty()) {
+            reportError(path, "attachment saved incomplete as " + saved + ": " + attachment.incomplete);
+            ok = false;
+        }
+        if (!print(saved)) {
             writeFailed = true;
             return false;
         }
@@ -123,12 +132,13 @@ void addAttachmentsCommand(CLI::App& app, int& status) {
     auto* cmd = app.add_subcommand("attachments", "list or save the attachments of each FILE");
     auto* list = cmd->add_flag("--list", options->list,
                                "list instead of saving: one JSON object per file and line, "
-                               "{\"path\",\"format\",\"ok\":true,\"attachments\":[{\"name\",\"size\",\"mimeType\"}]}");
+                               "{\"path\",\"format\",\"ok\":true,\"attachments\":[{\"name\",\"size\",\"mimeType\"}]}, "
+                               "with \"incomplete\" (the reason) for an attachment whose bytes cannot all be read");
     cmd->add_option("--out", options->out, "folder to save into, created when missing")
         ->capture_default_str()
         ->excludes(list);
     cmd->add_option("FILE", options->files,
-                    "message files (.msg, or TNEF streams such as winmail.dat); \"-\" reads standard input")
+                    "message files (.msg, .eml, or TNEF streams such as winmail.dat); \"-\" reads standard input")
         ->required();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
     cmd->footer(
@@ -136,9 +146,12 @@ void addAttachmentsCommand(CLI::App& app, int& status) {
         "Names from the message never leave the folder: separators, \"..\", drive letters, control characters "
         "and device names are made harmless, leading dots dropped, long names shortened keeping the extension. "
         "An existing file is never overwritten and a symbolic link is never followed: the next free name "
-        "\"name-2.ext\", \"name-3.ext\", ... is used instead. The bytes saved are exactly the attachment's.\n"
-        "Exit status: 0 every file was read and every attachment saved; 1 a file cannot be read, is not a "
-        "message this build reads, or an attachment cannot be saved; 2 usage error.");
+        "\"name-2.ext\", \"name-3.ext\", ... is used instead. The bytes saved are exactly the attachment's; "
+        "for a MIME message, every part with a file name, its body decoded from base64 or quoted-printable.\n"
+        "An attachment whose bytes cannot all be read (a damaged file) is saved as far as it goes and "
+        "reported on stderr.\n"
+        "Exit status: 0 every file was read and every attachment saved whole; 1 a file cannot be read, is "
+        "not a message this build reads, or an attachment cannot be saved whole; 2 usage error.");
     cmd->callback([options, &status] { status = runAttachments(*options); });
 }
 

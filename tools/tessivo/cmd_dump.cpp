@@ -64,7 +64,7 @@ int runDump(const DumpOptions& options, DictionaryOf which, const char* key) {
         if (!line["ok"].get<bool>()) status = kExitBadInput;
         std::string text = jsonLine(line);
         text += '\n';
-        if (!writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()))) {
+        if (!writeOut(asBytes(text))) {
             reportError("stdout", "write error");
             return kExitBadInput;
         }
@@ -76,7 +76,7 @@ CLI::App* addDictionaryCommand(CLI::App& app, int& status, const char* name, con
                                DictionaryOf which, const char* key, std::shared_ptr<DumpOptions> options) {
     auto* cmd = app.add_subcommand(name, description);
     cmd->add_option("FILE", options->files,
-                    "message files (.msg, or TNEF streams such as winmail.dat); \"-\" reads standard input")
+                    "message files (.msg, .eml, or TNEF streams such as winmail.dat); \"-\" reads standard input")
         ->required();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
     cmd->callback([options, which, key, &status] { status = runDump(*options, which, key); });

@@ -17,14 +17,13 @@ struct LsOptions {
 int runLs(const LsOptions& options) {
     auto input = openCompound(options.file, options.verbose);
     if (!input) return kExitBadInput;
-    std::string out;
     for (const auto& record : input->mole.getDirectory()) {
         const Dictionary& entry = *record.dictionary();
-        out += toUtf8(*entry.get(u"entryname")->string());
-        if (const Value* size = entry.get(u"entrysize")) out += "\t" + std::to_string(size->toInt64());
-        out += '\n';
+        std::cout << toUtf8(*entry.get(u"entryname")->string());
+        if (const Value* size = entry.get(u"entrysize")) std::cout << '\t' << size->toInt64();
+        std::cout << '\n';
     }
-    std::cout << out << std::flush;
+    std::cout << std::flush;
     return std::cout ? kExitOk : kExitBadInput;
 }
 

@@ -1,45 +1,41 @@
 // `tessivo recoll-setup`: adds Tessivo's input handler for .msg files to a
-// user's Recoll configuration.
+// user's Recoll configuration, or with --undo takes it out again.
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <system_error>
 
 #include "cli_io.h"
 #include "commands.h"
+#include "host_files.h"
 #include "recoll_config.h"
+#include "setup_files.h"
 
 namespace tessivo::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kConfigFiles[] = {"mimemap", "mimeconf"};
-constexpr const char* kBackupSuffix = ".tessivo-bak";
-
 struct RecollSetupOptions {
     std::string configDir;
-    std::string fromDir;
+    bool undo = false;
 };
 
-std::optional<std::string> readText(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) return std::nullopt;
-    return text.str();
-}
+struct ConfigFile {
+    const char* name;
+    std::string_view fragment;
+};
 
-bool writeText(const fs::path& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.close();
-    return !out.fail();
-}
+const ConfigFile kConfigFiles[] = {{"mimemap", hostfiles::kRecollMimemap},
+                                   {"mimeconf", hostfiles::kRecollMimeconf},
+                                   {"mimeview", hostfiles::kRecollMimeview},
+                                   {"fields", hostfiles::kRecollFields}};
+
+// Stands for the handler command in the mimeconf fragment.
+constexpr std::string_view kCommandPlaceholder = "{tessivo}";
+// The content type Tessivo gives .msg files in Recoll.
+constexpr std::string_view kMessageType = "application/x-outlook-msg";
 
 std::optional<fs::path> defaultConfigDir() {
     if (const char* dir = std::getenv("RECOLL_CONFDIR"); dir && *dir) return fs::path(dir);
@@ -47,77 +43,37 @@ std::optional<fs::path> defaultConfigDir() {
     return std::nullopt;
 }
 
-// Tessivo's Recoll files: share/tessivo/recoll beside the installed command,
-// or in the build tree that holds this command.
-std::vector<fs::path> candidateFromDirs() {
-    std::error_code ec;
-    const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
-    if (ec) return {};
-    const fs::path rel = fs::path("share") / "tessivo" / "recoll";
-    return {exe.parent_path().parent_path() / rel, exe.parent_path().parent_path().parent_path() / rel};
+// The running tessivo as Recoll's command splitter reads it: double quotes
+// around a path with blanks or quotes, backslash before " and \ inside them.
+std::string commandWord(const std::string& path) {
+    if (path.find_first_of(" \t\"'\\") == std::string::npos) return path;
+    std::string word = "\"";
+    for (char c : path) {
+        if (c == '"' || c == '\\') word += '\\';
+        word += c;
+    }
+    return word + '"';
 }
 
-std::optional<fs::path> findFromDir(const std::string& option) {
-    if (!option.empty()) return fs::path(option);
-    std::error_code ec;
-    std::string looked;
-    for (const auto& dir : candidateFromDirs()) {
-        if (fs::is_regular_file(dir / "mimeconf", ec)) return dir;
-        looked += (looked.empty() ? "" : ", ") + dir.string();
-    }
-    reportError("recoll-setup", "cannot find Tessivo's Recoll files (looked in " + looked + "); name their folder with --from");
-    return std::nullopt;
+std::string withCommand(std::string_view fragment, const std::string& command) {
+    std::string text(fragment);
+    for (auto at = text.find(kCommandPlaceholder); at != std::string::npos;
+         at = text.find(kCommandPlaceholder, at + command.size()))
+        text.replace(at, kCommandPlaceholder.size(), command);
+    return text;
 }
 
-// Merges one fragment into the user's file of the same name; false on failure.
-bool mergeFile(const fs::path& fragmentPath, const fs::path& target) {
-    const auto fragment = readText(fragmentPath);
-    if (!fragment) {
-        reportError(fragmentPath.string(), "cannot read");
-        return false;
-    }
-    const auto settings = recoll::parseSettings(*fragment);
-    if (settings.empty()) {
-        reportError(fragmentPath.string(), "holds no settings");
-        return false;
-    }
-    std::error_code ec;
-    const bool exists = fs::exists(target, ec);
-    std::string before;
-    if (exists) {
-        auto text = readText(target);
-        if (!text) {
-            reportError(target.string(), "cannot read");
-            return false;
-        }
-        before = std::move(*text);
-    }
-    const std::string after = recoll::mergeSettings(before, settings);
-    if (exists && after == before) {
-        std::cout << target.string() << ": already set up\n";
-        return true;
-    }
-    const fs::path backup = target.string() + kBackupSuffix;
-    if (exists && !writeText(backup, before)) {
-        reportError(backup.string(), "cannot write the backup copy");
-        return false;
-    }
-    const fs::path temporary = target.string() + ".tessivo-new";
-    bool written = writeText(temporary, after);
-    if (written) {
-        fs::rename(temporary, target, ec);
-        written = !ec;
-    }
-    if (!written) {
-        fs::remove(temporary, ec);
-        reportError(target.string(), "cannot write");
-        return false;
-    }
-    if (exists)
-        std::cout << target.string() << ": updated (previous version in " << backup.string() << ")\n";
-    else
-        std::cout << target.string() << ": created\n";
-    return true;
+// Settings some version of recoll-setup wrote: those of the current
+// fragments, whatever names Tessivo's content type or runs its handler (the
+// tessivo command may have moved), and the handler script and .msg type of
+// earlier versions, which took the type Recoll's PST handler needs.
+bool isTessivoSetting(const recoll::Setting& setting, const std::vector<recoll::Setting>& current) {
+    for (const auto& s : current)
+        if (s.section == setting.section && s.name == setting.name && s.line == setting.line) return true;
+    const std::string& line = setting.line;
+    return line.find(kMessageType) != std::string::npos || line.find("rcltessivo") != std::string::npos ||
+           (setting.section == "index" && line.ends_with(" recoll-handler")) ||
+           (setting.section.empty() && line == ".msg = application/vnd.ms-outlook");
 }
 
 int runRecollSetup(const RecollSetupOptions& options) {
@@ -126,19 +82,30 @@ int runRecollSetup(const RecollSetupOptions& options) {
         reportError("recoll-setup", "HOME is not set; name the configuration folder with --config");
         return kExitUsage;
     }
-    const auto fromDir = findFromDir(options.fromDir);
-    if (!fromDir) return kExitBadInput;
+    const auto program = runningProgram();
+    if (!program) return kExitBadInput;
     std::error_code ec;
-    fs::create_directories(*configDir, ec);
+    if (!options.undo) fs::create_directories(*configDir, ec);
     if (ec) {
         reportError(configDir->string(), ec.message());
         return kExitBadInput;
     }
     bool ok = true;
-    for (const char* name : kConfigFiles) ok = mergeFile(*fromDir / name, *configDir / name) && ok;
+    for (const auto& file : kConfigFiles) {
+        const auto settings = recoll::parseSettings(withCommand(file.fragment, commandWord(program->string())));
+        const auto isOurs = [&](const recoll::Setting& s) { return isTessivoSetting(s, settings); };
+        ok = updateSetupFile(*configDir / file.name, [&](const std::string& text) {
+                 const std::string without = recoll::removeSettings(text, isOurs);
+                 return options.undo ? without : recoll::mergeSettings(without, settings);
+             }) && ok;
+    }
     if (!ok) return kExitBadInput;
-    std::cout << "Recoll now indexes .msg files through tessivo; run recollindex"
-              << (options.configDir.empty() ? "" : " -c " + configDir->string()) << " to update the index.\n";
+    const std::string indexCommand = "recollindex" + (options.configDir.empty() ? "" : " -c " + configDir->string());
+    if (options.undo)
+        std::cout << "Recoll's configuration no longer names tessivo; run " << indexCommand << " to update the index.\n";
+    else
+        std::cout << "Recoll now indexes .msg files through " << program->string() << "; run " << indexCommand
+                  << " to update the index.\n";
     return kExitOk;
 }
 
@@ -146,16 +113,19 @@ int runRecollSetup(const RecollSetupOptions& options) {
 
 void addRecollSetupCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<RecollSetupOptions>();
-    auto* cmd = app.add_subcommand("recoll-setup", "make Recoll index the text of Outlook .msg files through tessivo");
+    auto* cmd = app.add_subcommand("recoll-setup", "make Recoll index Outlook .msg files through tessivo");
     cmd->add_option("--config", options->configDir,
                     "Recoll configuration folder (default: $RECOLL_CONFDIR, else ~/.recoll); created when missing");
-    cmd->add_option("--from", options->fromDir,
-                    "folder holding Tessivo's Recoll files (default: share/tessivo/recoll beside the installed command)");
+    cmd->add_flag("--undo", options->undo, "take tessivo's settings out of the configuration again");
     cmd->footer(
-        "Merges the entries of Tessivo's mimemap and mimeconf into the same files of the configuration folder: "
-        "other settings stay as they are, an earlier definition for .msg files or application/vnd.ms-outlook "
-        "is commented out, and a file that changes is first copied to FILE.tessivo-bak. Running it again "
-        "changes nothing.");
+        "Merges Tessivo's entries into mimemap, mimeconf, mimeview and fields in the configuration folder: "
+        ".msg files get the content type application/x-outlook-msg (so that .pst files stay with Recoll's "
+        "own handler) and are read by this tessivo command as a persistent handler, with subject, sender, "
+        "recipients, date and attachment names as the fields title, author, recipient, the document date "
+        "and attachment. Other settings stay as they are; an earlier "
+        "definition of the same names is commented out, and a file that changes is first copied to "
+        "FILE.tessivo-bak. Running it again changes nothing; run it again after moving tessivo. "
+        "--undo removes the entries and puts the commented-out definitions back.");
     cmd->callback([options, &status] { status = runRecollSetup(*options); });
 }
 

@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "text_archive.h"
 #include "tessivo/foundation/log.h"
+#include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo::cli {
 namespace {
@@ -35,7 +36,7 @@ int runText(const TextOptions& options) {
             out.insert(0, "==> " + path + " <==\n");
             if (out.back() != '\n') out.push_back('\n');
         }
-        if (!writeOut(ByteView(reinterpret_cast<const std::uint8_t*>(out.data()), out.size()))) {
+        if (!writeOut(asBytes(out))) {
             reportError("stdout", "write error");
             return kExitBadInput;
         }
@@ -68,9 +69,7 @@ int worseStatus(int a, int b) {
 }
 
 std::string printableText(const icu::UnicodeString& text) {
-    int32_t end = text.length();
-    while (end > 0 && text.charAt(end - 1) == u'\0') --end;
-    return toUtf8(icu::UnicodeString(text, 0, end));
+    return toUtf8(WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(text));
 }
 
 void addTextCommand(CLI::App& app, int& status) {

@@ -14,6 +14,8 @@ constexpr int kExitBadInput = 1;
 constexpr int kExitUsage = 2;
 
 void addRecollSetupCommand(CLI::App& app, int& status);
+void addRecollHandlerCommand(CLI::App& app, int& status);
+void addBalooSetupCommand(CLI::App& app, int& status);
 void addDecodeCommand(CLI::App& app, int& status);
 void addLsCommand(CLI::App& app, int& status);
 void addCatCommand(CLI::App& app, int& status);

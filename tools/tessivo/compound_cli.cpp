@@ -5,24 +5,16 @@
 
 namespace tessivo::cli {
 
-const char* compoundResultReason(int code) {
-    switch (code) {
-    case kCompoundTooShort: return "too short for a compound document (fewer than 512 bytes)";
-    case kCompoundBadSignature: return "wrong signature: not a compound document";
-    case kCompoundInvalid: return "invalid header or damaged structure";
-    case kCompoundNoComponent: return "empty file: not a compound document";
-    default: return "cannot be opened as a compound document";
-    }
-}
-
 std::optional<CompoundInput> openCompound(const std::string& path, bool verbose) {
     if (!verbose) silenceLog();
-    auto file = openInput(path);
+    auto file = readAll(path);
     if (!file) return std::nullopt;
     int code = kCompoundOpened;
-    auto mole = Mole::initWithData(file->bytes(), &code);
+    Fault fault;
+    // Moving the bytes into the result keeps their buffer where the Mole reads it.
+    auto mole = Mole::initWithData(*file, &code, &fault);
     if (!mole) {
-        reportError(path, compoundResultReason(code));
+        reportError(path, compoundOpenFailure(code, fault));
         return std::nullopt;
     }
     return CompoundInput{std::move(*file), std::move(*mole)};

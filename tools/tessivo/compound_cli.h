@@ -13,20 +13,17 @@
 #include <string>
 
 #include "tessivo/compound/mole.h"
-#include "tessivo/foundation/mapped_file.h"
 
 namespace tessivo::cli {
 
 struct CompoundInput {
-    // The mapping the Mole reads in place; declared first so that it outlives the Mole.
-    MappedFile file;
+    // The file's bytes, which the Mole reads in place; declared first so that they outlive it.
+    Bytes file;
     Mole mole;
 };
 
-// The reason in words for a compound document result code.
-const char* compoundResultReason(int code);
-
-// Maps and opens path, or reports why it cannot be read and yields nothing.
+// Reads and opens path, or reports why it cannot be read or opened (with the
+// located fault) and yields nothing.
 std::optional<CompoundInput> openCompound(const std::string& path, bool verbose);
 
 }  // namespace tessivo::cli

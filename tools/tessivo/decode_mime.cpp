@@ -10,11 +10,10 @@
 namespace tessivo::cli {
 namespace {
 
-Bytes bytesOf(const std::string& s) { return Bytes(s.begin(), s.end()); }
-
 std::optional<Bytes> decodeHeader(ByteView input, std::string& reason) {
     const std::string text(input.begin(), input.end());
-    return bytesOf(toUtf8(WindowsCodePageWangersNSStringAdditions::decodeMimeHeader(fromUtf8(text))));
+    const std::string decoded = toUtf8(WindowsCodePageWangersNSStringAdditions::decodeMimeHeader(fromUtf8(text)));
+    return Bytes(decoded.begin(), decoded.end());
 }
 
 std::optional<Bytes> decodeQuotedPrintable(ByteView input, std::string& reason) {

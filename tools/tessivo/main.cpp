@@ -15,6 +15,8 @@ int main(int argc, char** argv) {
     addLsCommand(app, status);
     addCatCommand(app, status);
     addRecollSetupCommand(app, status);
+    addRecollHandlerCommand(app, status);
+    addBalooSetupCommand(app, status);
     addDecodeCommand(app, status);
     addTextCommand(app, status);
     addDumpCommand(app, status);

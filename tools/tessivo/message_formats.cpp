@@ -20,7 +20,7 @@ bool anyBytes(ByteView) { return true; }
 const MessageFormat kFormats[] = {
     {"msg", isCompound, &kMsgReader},
     {"tnef", isTnef, &kTnefReader},
-    {"mime", anyBytes, nullptr},
+    {"mime", anyBytes, &kMimeReader},
 };
 
 }  // namespace

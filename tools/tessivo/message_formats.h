@@ -38,6 +38,8 @@ struct MessageAttachment {
     // (an attached message the reader does not turn into bytes).
     std::optional<Bytes> data;
     std::optional<icu::UnicodeString> mimeType;
+    // Why data are incomplete (a damaged or cut stream); empty when they are whole.
+    std::string incomplete;
 };
 
 struct MessageReader {
@@ -69,5 +71,6 @@ std::string notReadReason(const MessageFormat& format);
 // The readers of the formats this build reads, one file each (msg_format.cpp, ...).
 extern const MessageReader kMsgReader;
 extern const MessageReader kTnefReader;
+extern const MessageReader kMimeReader;
 
 }  // namespace tessivo::cli

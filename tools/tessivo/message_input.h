@@ -1,5 +1,5 @@
 // A message file as the dump, summary and attachments commands read it:
-// the whole file (mapped, or standard input for "-") and its detected format.
+// the whole file (or standard input for "-") and its detected format.
 //
 //   auto input = openMessageFile(path);
 //   if (auto* reason = std::get_if<std::string>(&input)) report(*reason);
@@ -11,19 +11,18 @@
 #include <variant>
 
 #include "message_formats.h"
-#include "tessivo/foundation/mapped_file.h"
 
 namespace tessivo::cli {
 
 class MessageFile {
 public:
-    MessageFile(std::variant<MappedFile, Bytes> content);
+    explicit MessageFile(Bytes content);
 
     ByteView bytes() const;
     const MessageFormat& format() const { return *format_; }
 
 private:
-    std::variant<MappedFile, Bytes> content_;
+    Bytes content_;
     const MessageFormat* format_;
 };
 

@@ -3,6 +3,8 @@
 // Attachments are saved with exactly their bytes: the dictionary's "data"
 // holds a stream's whole sectors, so each is cut to the declared size of the
 // stream it came from (0x3701 of its storage, or 0x6803 for a voice note).
+// Data shorter than that size (a damaged document, or a stream past the
+// reader's 16,000,016-byte cut) are saved as they are and said to be incomplete.
 #include <algorithm>
 #include <map>
 
@@ -24,7 +26,7 @@ ReadResult<Dictionary> dictionaryOf(ByteView data) {
     int code = kCompoundOpened;
     auto reader = ReadMSG::initWithData(data, &code);
     if (!reader) return unreadable(code);
-    return reader->returnFullDictionary();
+    return std::move(*reader).returnFullDictionary();
 }
 
 ReadResult<Dictionary> summaryOf(ByteView data) {
@@ -51,6 +53,9 @@ MessageAttachment attachmentOf(Dictionary& attachment, std::optional<std::uint64
     if (Value* data = attachment.get(u"data"); data && data->bytes()) {
         out.data = std::move(*data->as<Bytes>());
         if (declaredSize && *declaredSize < out.data->size()) out.data->resize(*declaredSize);
+        if (declaredSize && *declaredSize > out.data->size())
+            out.incomplete = "only " + std::to_string(out.data->size()) + " of its " + std::to_string(*declaredSize) +
+                             " bytes could be read";
     }
     return out;
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
+#include <utility>
 
 namespace tessivo::cli::recoll {
 namespace {
@@ -12,6 +14,12 @@ std::string_view trim(std::string_view s) {
     const auto first = s.find_first_not_of(" \t\r");
     if (first == std::string_view::npos) return {};
     return s.substr(first, s.find_last_not_of(" \t\r") - first + 1);
+}
+
+std::optional<std::string_view> sectionHeader(std::string_view line) {
+    const std::string_view t = trim(line);
+    if (t.size() < 2 || t.front() != '[' || t.back() != ']') return std::nullopt;
+    return trim(t.substr(1, t.size() - 2));
 }
 
 std::vector<std::string> splitLines(std::string_view text) {
@@ -55,8 +63,8 @@ ParsedFile parseFile(std::string_view text) {
             ++i;
             continue;
         }
-        if (t.front() == '[' && t.back() == ']') {
-            section = trim(t.substr(1, t.size() - 2));
+        if (const auto header = sectionHeader(t)) {
+            section = *header;
             file.headers.push_back({section, i});
             ++i;
             continue;
@@ -121,6 +129,28 @@ void addEntry(std::vector<std::string>& lines, const std::vector<Header>& header
     lines.insert(lines.end(), settingLines.begin(), settingLines.end());
 }
 
+std::string_view nameOf(std::string_view definition) { return trim(definition.substr(0, definition.find('='))); }
+
+// Drops the headers of the named sections that hold nothing but blank lines,
+// with those lines and the blank line addEntry put before the header.
+std::vector<std::string> withoutEmptySections(const std::vector<std::string>& lines, const std::set<std::string>& names) {
+    std::vector<std::string> out;
+    for (std::size_t i = 0; i < lines.size();) {
+        const auto header = sectionHeader(lines[i]);
+        if (header && names.count(std::string(*header))) {
+            std::size_t next = i + 1;
+            while (next < lines.size() && trim(lines[next]).empty()) ++next;
+            if (next == lines.size() || sectionHeader(lines[next])) {
+                if (!out.empty() && trim(out.back()).empty()) out.pop_back();
+                i = next;
+                continue;
+            }
+        }
+        out.push_back(lines[i++]);
+    }
+    return out;
+}
+
 }  // namespace
 
 std::vector<Setting> parseSettings(std::string_view text) {
@@ -146,6 +176,50 @@ std::string mergeSettings(std::string_view text, const std::vector<Setting>& set
         current = joinFile(file.lines);
     }
     return current;
+}
+
+std::string removeSettings(std::string_view text, const std::function<bool(const Setting&)>& isOurs) {
+    using Key = std::pair<std::string, std::string>;  // section, name
+    const ParsedFile file = parseFile(text);
+    std::vector<bool> dropped(file.lines.size(), false);
+    std::set<Key> removed;
+    std::set<Key> kept;
+    for (const auto& e : file.entries) {
+        if (!isOurs({e.section, e.name, joinedLines(file.lines, e.first, e.count)})) {
+            kept.insert({e.section, e.name});
+            continue;
+        }
+        std::fill_n(dropped.begin() + static_cast<std::ptrdiff_t>(e.first), e.count, true);
+        removed.insert({e.section, e.name});
+    }
+    if (removed.empty()) return std::string(text);
+
+    std::vector<std::string> lines;
+    std::string section;
+    bool restoringContinuation = false;
+    for (std::size_t i = 0; i < file.lines.size(); ++i) {
+        if (dropped[i]) continue;
+        std::string line = file.lines[i];
+        if (const auto header = sectionHeader(line)) section = *header;
+        // A restored definition's continuation lines carry "# " alone.
+        const bool continuation = restoringContinuation && line.starts_with("# ");
+        restoringContinuation = false;
+        if (continuation) {
+            line.erase(0, 2);
+            restoringContinuation = trim(line).ends_with('\\');
+        } else if (line.starts_with(kReplacedNote)) {
+            const std::string original = line.substr(kReplacedNote.size());
+            const Key key{section, std::string(nameOf(original))};
+            if (removed.count(key) && !kept.count(key)) {
+                line = original;
+                restoringContinuation = trim(line).ends_with('\\');
+            }
+        }
+        lines.push_back(std::move(line));
+    }
+    std::set<std::string> emptied;
+    for (const auto& key : removed) emptied.insert(key.first);
+    return joinFile(withoutEmptySections(lines, emptied));
 }
 
 }  // namespace tessivo::cli::recoll

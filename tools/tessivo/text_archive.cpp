@@ -1,6 +1,5 @@
 #include "text_archive.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,8 +31,6 @@ namespace fs = std::filesystem;
 // Results kept ahead of the writer, per worker: bounds memory when one slow
 // file holds back the output of the files after it.
 constexpr std::size_t kResultsAheadPerWorker = 8;
-// Files up to this size are read into memory instead of mapped.
-constexpr std::uint64_t kReadWholeMaxBytes = 1 << 20;
 constexpr auto kProgressInterval = std::chrono::milliseconds(200);
 
 bool hasMsgExtension(const fs::path& path) {
@@ -126,34 +123,12 @@ struct Line {
     int status = kExitOk;
 };
 
-// Reads a small regular file whole into buffer; false when it is not one or
-// cannot be read, leaving the explanation to the importer's own open.
-bool readSmallFile(const std::string& path, Bytes& buffer) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    struct stat st {};
-    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 &&
-              static_cast<std::uint64_t>(st.st_size) <= kReadWholeMaxBytes;
-    if (ok) {
-        buffer.resize(static_cast<std::size_t>(st.st_size));
-        std::size_t got = 0;
-        while (got < buffer.size()) {
-            const ssize_t n = ::read(fd, buffer.data() + got, buffer.size() - got);
-            if (n <= 0) break;
-            got += static_cast<std::size_t>(n);
-        }
-        ok = got == buffer.size();
-    }
-    ::close(fd);
-    return ok;
-}
-
-// Small files are read rather than mapped: mapping and unmapping thousands of
-// them from several threads costs more in the kernel than the reading.
+// Each worker reads its files into one buffer that keeps its capacity:
+// allocating and freeing a buffer per file costs more in the kernel than the reading.
 importer::Result resultFor(const icu::UnicodeString& contentType, const std::string& path) {
+    if (!importer::acceptsContentType(contentType)) return textOfFile(contentType, path);
     thread_local Bytes buffer;
-    if (importer::acceptsContentType(contentType) && readSmallFile(path, buffer)) return importer::extractText(buffer);
-    return textOfFile(contentType, path);
+    return importer::extractText(path, buffer);
 }
 
 Line processFile(const icu::UnicodeString& contentType, const std::string& path) {

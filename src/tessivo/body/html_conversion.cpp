@@ -21,10 +21,12 @@ namespace {
 
 // The text laid out by the HTML renderer; nothing when it cannot be encoded
 // as UTF-8 or is not a usable document.
-std::optional<icu::UnicodeString> importHTML(const icu::UnicodeString& html) {
+std::optional<icu::UnicodeString> importHTML(const icu::UnicodeString& html, std::uint64_t trailingNuls) {
     const auto bytes = encode(html, encodings::UTF8);
     if (!bytes) return std::nullopt;
-    return htmlToPlainText(std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size()));
+    HtmlTextOptions options;
+    options.trailingNuls = trailingNuls;
+    return htmlToPlainText(std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size()), options);
 }
 
 // Replaces every match of pattern in text by the template; logs and leaves
@@ -99,14 +101,21 @@ icu::UnicodeString columnText(std::int64_t column) {
 
 }  // namespace
 
-icu::UnicodeString stringFromHTML(const icu::UnicodeString& html) {
-    if (html.isEmpty()) return {};
+icu::UnicodeString stringFromHTML(const icu::UnicodeString& html) { return stringFromHTML(html, 0); }
+
+icu::UnicodeString stringFromHTML(const icu::UnicodeString& html, std::uint64_t trailingNuls) {
+    if (html.isEmpty() && trailingNuls == 0) return {};
     try {
-        icu::UnicodeString text = quotedPrintableDecodeWithEncoding(html, encodings::UTF8).value_or(html);
+        // Quoted-printable decoding may take the first two NULs into a "%"
+        // escape that ends the text; the others pass every step unchanged.
+        const std::uint64_t taken = std::min<std::uint64_t>(trailingNuls, 2);
+        icu::UnicodeString withTaken = html;
+        for (std::uint64_t i = 0; i < taken; ++i) withTaken.append(u'\0');
+        icu::UnicodeString text = quotedPrintableDecodeWithEncoding(withTaken, encodings::UTF8).value_or(withTaken);
         text = replaceAll(text, u"</p>", u"\n\n", CaseInsensitive);
         text = replaceAll(text, u"</div>", u"\n", CaseInsensitive);
         if (const auto breaks = Regex::compile(u"<br[^>]*>", Regex::CaseInsensitive)) text = breaks->replaceAll(text, u"\n");
-        return importHTML(text).value_or(icu::UnicodeString());
+        return importHTML(text, trailingNuls - taken).value_or(icu::UnicodeString());
     } catch (const std::exception&) {
         return {};
     }

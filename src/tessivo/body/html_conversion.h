@@ -22,6 +22,9 @@ namespace tessivo::WindowsCodePageWangersNSStringAdditions {
 // "\n", then laid out as a browser's text view shows it. "" when the text is
 // empty, cannot be encoded as UTF-8 or the layout fails; no fallback.
 icu::UnicodeString stringFromHTML(const icu::UnicodeString& html);
+// The same for html followed by trailingNuls NUL characters, counted rather
+// than stored (the zeros of a cut file).
+icu::UnicodeString stringFromHTML(const icu::UnicodeString& html, std::uint64_t trailingNuls);
 
 // Text view layout, tidied: runs of spaces and tabs become one space, three or
 // more line breaks two, every line is trimmed of spaces and tabs, line breaks

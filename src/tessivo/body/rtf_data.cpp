@@ -6,13 +6,21 @@
 
 namespace tessivo::DataWangersNSDataAdditions {
 
-std::optional<Bytes> getRTFForData(ByteView data) {
+namespace {
+
+std::optional<Bytes> rtfForData(ByteView data, RTFWangers::Padding padding) {
     if (!RTFWangers::typeIsRTF(data.data(), data.size())) return std::nullopt;
     std::uint32_t rawSize = 0;
     std::optional<Bytes> rtf;
-    RTFWangers::getRTFFromBuffer(data.data(), data.size(), rawSize, rtf);
+    RTFWangers::getRTFFromBuffer(data.data(), data.size(), rawSize, rtf, padding);
     return rtf;
 }
+
+}  // namespace
+
+std::optional<Bytes> getRTFForData(ByteView data) { return rtfForData(data, RTFWangers::Padding::ToRawSize); }
+
+std::optional<Bytes> getRTFForDataWithoutPadding(ByteView data) { return rtfForData(data, RTFWangers::Padding::None); }
 
 std::optional<icu::UnicodeString> stringFromRTFData(ByteView data) { return rtfPlainText(data); }
 
@@ -26,7 +34,7 @@ std::optional<icu::UnicodeString> rtfAsPlainText(ByteView data) {
     if (!text) return std::nullopt;
     text->truncate(text->length() / 2);
     const std::string half = toUtf8(*text);
-    return stringFromRTFData(ByteView(reinterpret_cast<const std::uint8_t*>(half.data()), half.size()));
+    return stringFromRTFData(asBytes(half));
 }
 
 }  // namespace tessivo::DataWangersNSDataAdditions

@@ -19,6 +19,11 @@ namespace tessivo::DataWangersNSDataAdditions {
 // for other headers, "MELA" bodies included.
 std::optional<Bytes> getRTFForData(ByteView data);
 
+// getRTFForData without the zero bytes that pad the RTF to the declared raw
+// size (see RTFWangers::decodeRTFSourceWithoutPadding). Its plain text is the
+// same, since the reader stops at trailing NULs, so the importer reads this.
+std::optional<Bytes> getRTFForDataWithoutPadding(ByteView data);
+
 // The plain text an RTF reader shows for the document; nothing when the
 // bytes are not RTF.
 std::optional<icu::UnicodeString> stringFromRTFData(ByteView data);

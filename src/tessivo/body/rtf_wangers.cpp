@@ -53,7 +53,7 @@ bool RTFWangers::typeIsRTF(const std::uint8_t* data, std::size_t length) {
 }
 
 void RTFWangers::getRTFFromBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t& returnSize,
-                                  std::optional<Bytes>& returnData) {
+                                  std::optional<Bytes>& returnData, Padding padding) {
     if (data == nullptr) {
         log("  ERROR: data is NULL");
         return;
@@ -67,7 +67,9 @@ void RTFWangers::getRTFFromBuffer(const std::uint8_t* data, std::size_t size, st
     returnSize = rawSize;
 
     if (type == kCompressedType) {
-        returnData = decodeRTFSource(data + body::kRtfHeaderBytes, size - body::kRtfHeaderBytes, rawSize);
+        const std::uint8_t* tokens = data + body::kRtfHeaderBytes;
+        returnData = padding == Padding::ToRawSize ? decodeRTFSource(tokens, size - body::kRtfHeaderBytes, rawSize)
+                                                   : decodeRTFSourceWithoutPadding(tokens, size - body::kRtfHeaderBytes, rawSize);
     } else if (type == kUncompressedType && returnData) {
         // Uncompressed bodies are copied from offset 4, not from the end of
         // the header; only a caller that passes a buffer gets them.
@@ -77,7 +79,7 @@ void RTFWangers::getRTFFromBuffer(const std::uint8_t* data, std::size_t size, st
             return;
         }
         const std::size_t available = std::min<std::size_t>(rawSize, size - kRawSizeOffset);
-        std::memcpy(returnData->data(), data + kRawSizeOffset, available);
+        if (available > 0) std::memcpy(returnData->data(), data + kRawSizeOffset, available);
     }
 }
 
@@ -88,7 +90,27 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
         log("  ERROR: Failed to allocate %zu bytes for output", static_cast<std::size_t>(uncompressedSize));
         return std::nullopt;
     }
-    if (source == nullptr || compressedSize == 0) return output;
+    decodeTokens(source, compressedSize, uncompressedSize, output->data());
+    return output;
+}
+
+std::optional<Bytes> RTFWangers::decodeRTFSourceWithoutPadding(const std::uint8_t* source, std::size_t compressedSize,
+                                                               std::uint32_t uncompressedSize) {
+    if (uncompressedSize > body::kMaxOutputBytes) {
+        log("  ERROR: Failed to allocate %zu bytes for output", static_cast<std::size_t>(uncompressedSize));
+        return std::nullopt;
+    }
+    // The bytes the tokens write are the first ones of the padded output, so
+    // decoding into exactly that many gives the same bytes.
+    const std::size_t length = decodeTokens(source, compressedSize, uncompressedSize, nullptr);
+    Bytes output(length);
+    decodeTokens(source, compressedSize, length, output.data());
+    return output;
+}
+
+std::size_t RTFWangers::decodeTokens(const std::uint8_t* source, std::size_t compressedSize,
+                                     std::size_t uncompressedSize, std::uint8_t* out) {
+    if (source == nullptr || compressedSize == 0) return 0;
 
     // The ring dictionary always holds the initial text followed by the
     // output so far, so the output itself serves as the dictionary: the byte
@@ -97,7 +119,6 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
     // before the first output byte read the initial text.
     const std::size_t n = compressedSize;
     const std::size_t raw = uncompressedSize;
-    std::uint8_t* out = output->data();
     std::size_t o = 0;
     std::size_t p = 0;
     // Copies one reference; false for the end marker (a reference to the
@@ -110,7 +131,9 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
         const std::size_t length = (source[q + 1] & 15u) + 2;
         const std::size_t distance = (kInitialDictionaryBytes + o - offset) & kDictionaryMask;
         if (distance == 0 || length > raw - o) return false;
-        if (distance > o) {
+        if (!out) {
+            o += length;
+        } else if (distance > o) {
             for (std::size_t i = 0; i < length; ++i, ++o)
                 out[o] = distance > o ? kRingStart[(offset + i) & kDictionaryMask] : out[o - distance];
         } else if (roomy && distance >= 8) {
@@ -131,7 +154,7 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
     while (p < n && o < raw) {
         unsigned control = source[p];
         std::size_t q = p + 1;
-        if (n - q >= kMaxRunBytes && raw - o >= kMaxRunOutput + kCopySlack) {
+        if (out && n - q >= kMaxRunBytes && raw - o >= kMaxRunOutput + kCopySlack) {
             // The whole run fits in both buffers: only the end marker can stop it.
             for (int token = 0; token < 8; ++token, control >>= 1) {
                 if (control & 1) {
@@ -151,16 +174,19 @@ std::optional<Bytes> RTFWangers::decodeRTFSource(const std::uint8_t* source, std
                     if (!copied) break;
                 } else {
                     if (q >= n || o >= raw) break;
-                    out[o++] = source[q++];
+                    if (out) out[o] = source[q];
+                    ++o;
+                    ++q;
                 }
             }
         }
         p = q;
     }
     // Bytes not decoded stay zero, including any written ahead by a copy.
-    if (o < raw) std::memset(out + o, 0, std::min(raw - o, kCopySlack));
-    return output;
+    if (out && o < raw) std::memset(out + o, 0, std::min(raw - o, kCopySlack));
+    return o;
 }
+
 
 std::uint64_t RTFWangers::convertToLongLong(const std::uint8_t* p) { return loadU32le(p); }
 

@@ -34,14 +34,17 @@ public:
     // "  ERROR: data is NULL"; fewer than 12 bytes are not compressed RTF.
     static bool typeIsRTF(const std::uint8_t* data, std::size_t length);
 
+    // Whether a decoded body is padded with zeros to its declared raw size.
+    enum class Padding { ToRawSize, None };
+
     // Stores the raw size of the header in returnSize. "LZFu" data replace
-    // returnData with the decoded body (always rawSize bytes). "MELA" data
-    // replace returnData only when it already holds a buffer: rawSize bytes
-    // from offset 4 of the input (zero where the input ends). Other types
-    // leave returnData alone. Null data and inputs shorter than the header
-    // are logged and leave both outputs alone.
+    // returnData with the decoded body (rawSize bytes; without padding, only
+    // the decoded ones). "MELA" data replace returnData only when it already
+    // holds a buffer: rawSize bytes from offset 4 of the input (zero where
+    // the input ends). Other types leave returnData alone. Null data and
+    // inputs shorter than the header are logged and leave both outputs alone.
     static void getRTFFromBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t& returnSize,
-                                 std::optional<Bytes>& returnData);
+                                 std::optional<Bytes>& returnData, Padding padding = Padding::ToRawSize);
 
     // Decodes compressedSize bytes of tokens (the data after the header) into
     // a zero-filled buffer of exactly uncompressedSize bytes; undecoded bytes
@@ -49,6 +52,13 @@ public:
     // (and a log line) when the buffer cannot be allocated.
     static std::optional<Bytes> decodeRTFSource(const std::uint8_t* source, std::size_t compressedSize,
                                                 std::uint32_t uncompressedSize);
+
+    // The bytes decodeRTFSource decodes, without the zeros that pad them to
+    // uncompressedSize: what a reader of the text needs, allocated at the size
+    // the tokens produce rather than the size the header declares. Nothing
+    // (and the same log line) where decodeRTFSource refuses the size.
+    static std::optional<Bytes> decodeRTFSourceWithoutPadding(const std::uint8_t* source, std::size_t compressedSize,
+                                                              std::uint32_t uncompressedSize);
 
     // The unsigned 32-bit little-endian value at p (4 readable bytes).
     static std::uint64_t convertToLongLong(const std::uint8_t* p);
@@ -75,6 +85,13 @@ public:
     // The same over decompressed RTF bytes (RTF text in Latin-1, as every
     // byte is a character): answers rtf unchanged, without a copy as text.
     static Bytes generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf);
+
+private:
+    // Decodes the tokens into out, which holds uncompressedSize bytes and is
+    // zero from the write position on; returns the bytes written. With out
+    // null, only counts them.
+    static std::size_t decodeTokens(const std::uint8_t* source, std::size_t compressedSize,
+                                    std::size_t uncompressedSize, std::uint8_t* out);
 };
 
 }  // namespace tessivo

@@ -36,6 +36,11 @@ int CompoundDocument::result() const {
     return io_->result();
 }
 
+std::optional<Fault> CompoundDocument::fault() const {
+    if (!io_) return Fault{"data", "length", 0, "at least 512 bytes", "0 bytes"};
+    return io_->fault();
+}
+
 std::vector<icu::UnicodeString> CompoundDocument::entries(const icu::UnicodeString& path) const {
     std::vector<icu::UnicodeString> names;
     if (!io_) {

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <unicode/unistr.h>
@@ -32,6 +33,9 @@ public:
     bool open();
     // The reader's result code, or 4 without a reader.
     int result() const;
+    // Why the document did not open (the reader's fault, or the missing data
+    // when there is no reader); nothing once it has opened.
+    std::optional<Fault> fault() const;
     // Names of the children of the folder at path, in tree order; empty for a stream or a missing path.
     std::vector<icu::UnicodeString> entries(const icu::UnicodeString& path) const;
     bool isDirectory(const icu::UnicodeString& path) const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <unordered_map>
 
 #include "tessivo/compound/limits.h"
@@ -12,8 +13,35 @@
 namespace tessivo {
 
 namespace {
-constexpr std::uint64_t kInvalidSmallSectorValue = 0x80000000;
+
+std::string hexBytes(ByteView bytes) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (std::uint8_t b : bytes) {
+        if (!out.empty()) out += ' ';
+        out += kHex[b >> 4];
+        out += kHex[b & 15];
+    }
+    return out;
+}
+
+std::string bytesText(std::uint64_t n) { return std::to_string(n) + " bytes"; }
+
 }  // namespace
+
+const char* compoundResultReason(int resultCode) {
+    switch (resultCode) {
+    case kCompoundTooShort: return "too short for a compound document (fewer than 512 bytes)";
+    case kCompoundBadSignature: return "wrong signature: not a compound document";
+    case kCompoundInvalid: return "invalid header or damaged structure";
+    case kCompoundNoComponent: return "empty file: not a compound document";
+    default: return "cannot be opened as a compound document";
+    }
+}
+
+std::string compoundOpenFailure(int resultCode, const Fault& fault) {
+    return std::string(compoundResultReason(resultCode)) + " (" + fault.describe() + ")";
+}
 
 void SmallSectorFault::log() const {
     if (kind == Kind::OutOfBounds)
@@ -46,53 +74,115 @@ bool CompoundDocumentIO::open() {
 }
 
 bool CompoundDocumentIO::compoundDocumentLoaded() {
+    fault_.reset();
     result_ = kCompoundTooShort;
     filesize_ = data_.size();
-    if (filesize_ < compound::kHeaderBytes) return false;
+    if (filesize_ < compound::kHeaderBytes) {
+        refuse({"header", "length", 0, "at least 512 bytes", bytesText(filesize_)});
+        return false;
+    }
     header_.oleLoad(data_.first(compound::kHeaderBytes));
 
     result_ = kCompoundBadSignature;
-    for (std::size_t i = 0; i < Header::kSignature.size(); ++i)
-        if (header_.getIdent(i) != Header::kSignature[i]) return true;
+    for (std::size_t i = 0; i < Header::kSignature.size(); ++i) {
+        if (header_.getIdent(i) != Header::kSignature[i]) {
+            refuse({"header", "signature", Header::kIdentOffset, hexBytes(Header::kSignature),
+                    hexBytes(data_.first(Header::kSignature.size()))});
+            return true;
+        }
+    }
 
     result_ = kCompoundInvalid;
-    if (!header_.isValid() || header_.threshold != compound::kStreamThresholdBytes) return true;
+    if (auto invalid = header_.validate()) {
+        refuse(std::move(*invalid));
+        return true;
+    }
 
-    masterSectorAllocationTable_.setSectorSize(1 << header_.masterShift);
+    const std::uint64_t sectorSize = std::uint64_t{1} << header_.masterShift;
+    masterSectorAllocationTable_.setSectorSize(static_cast<std::int32_t>(sectorSize));
     smallSectorAllocationTable_.setSectorSize(1 << header_.smallShift);
     bigSectorData_.clear();
 
-    // A table that claims more sectors than the data hold cannot be read without repeats.
-    const auto tableBytes = checkedMul<std::uint64_t>(header_.allocationTableCount, bigSectorSize());
-    if (!tableBytes || *tableBytes > filesize_) return false;
-    const std::vector<std::uint32_t> blocks = getSectorBlocks(true);
-    bool error = false;
-    auto table = readChain(blocks, error);
-    if (!table || error) return false;
-    masterSectorAllocationTable_.allocationLoad(*table, table->size());
+    // Tables read when opening may hold no more bytes than the data (see limits.h).
+    std::uint64_t budget = filesize_;
+    // Sectors that start within the data, after the header's slot.
+    const std::uint64_t sectorsInData = (filesize_ + sectorSize - 1) / sectorSize - 1;
+    const std::uint64_t tableCount = header_.allocationTableCount;
+    if (tableCount > sectorsInData) {
+        refuse({"header", "allocationTableCount", Header::kAllocationTableCountOffset,
+                "at most the " + std::to_string(sectorsInData) + " sectors of " + bytesText(sectorSize) +
+                    " that start within the data",
+                std::to_string(tableCount)});
+        return false;
+    }
+    std::vector<std::uint64_t> offsets;
+    const std::vector<std::uint32_t> blocks = sectorBlocks(true, &offsets);
+    std::optional<std::size_t> missing;
+    const Bytes table = loadedPrefix(blocks, &missing);
+    if (missing) {
+        refuse({"allocation table", "sector list entry " + std::to_string(*missing), offsets[*missing],
+                "a sector that starts within the data (below " + std::to_string(sectorsInData) + ")",
+                std::to_string(blocks[*missing])});
+        return false;
+    }
+    masterSectorAllocationTable_.allocationLoad(table, tableCount * sectorSize);
+    budget -= table.size();
 
-    auto smallTable = readChain(masterSectorAllocationTable_.allocationFollow(header_.smallSectorAllocationTableStart),
-                                error);
+    // The small-sector table and the directory: a read error is not checked;
+    // what lies past the data reads as zeros. Each yields its chain and the
+    // bytes of it that lie in the data, or nothing when those would pass the budget.
+    const auto readOnOpen = [&](std::uint64_t start, const char* structure, std::size_t startOffset)
+        -> std::optional<std::pair<std::vector<std::uint32_t>, Bytes>> {
+        std::vector<std::uint32_t> chain = masterSectorAllocationTable_.allocationFollow(start);
+        Bytes bytes = loadedPrefix(chain, nullptr);
+        if (bytes.size() > budget) {
+            refuse({structure, "sector chain", startOffset,
+                    "at most " + bytesText(budget) + " in sectors that no other table holds", bytesText(bytes.size())});
+            return std::nullopt;
+        }
+        budget -= bytes.size();
+        return std::pair{std::move(chain), std::move(bytes)};
+    };
+    const auto smallTable =
+        readOnOpen(header_.smallSectorAllocationTableStart, "small-sector table", Header::kSmallTableStartOffset);
     if (!smallTable) return false;
-    smallSectorAllocationTable_.allocationLoad(*smallTable, smallTable->size());
-
-    auto directory = readChain(masterSectorAllocationTable_.allocationFollow(header_.directoryEntryStart), error);
-    if (!directory || !directoryTree_.loadEntries(*directory, directory->size())) return false;
+    smallSectorAllocationTable_.allocationLoad(smallTable->second, smallTable->first.size() * sectorSize);
+    const auto directoryRead = readOnOpen(header_.directoryEntryStart, "directory", Header::kDirectoryEntryStartOffset);
+    if (!directoryRead) return false;
+    const auto& [directoryChain, directory] = *directoryRead;
+    if (!directoryTree_.loadEntries(directory, directoryChain.size() * sectorSize)) {
+        refuse({"header", "directoryEntryStart", Header::kDirectoryEntryStartOffset,
+                "a sector of the big-sector table (below " +
+                    std::to_string(masterSectorAllocationTable_.allocationCount()) + ")",
+                std::to_string(header_.directoryEntryStart)});
+        return false;
+    }
 
     smallSectorArray_ = masterSectorAllocationTable_.allocationFollow(
-        readU32le(*directory, DirectoryTree::kStartOffset).value_or(0));
+        readU32le(directory, DirectoryTree::kStartOffset).value_or(0));
 
     result_ = kCompoundOpened;
     opened_ = true;
     return true;
 }
 
-std::optional<Bytes> CompoundDocumentIO::readChain(const std::vector<std::uint32_t>& chain, bool& error) const {
-    const std::uint64_t size = chain.size() * bigSectorSize();
-    if (size > filesize_) return std::nullopt;
-    Bytes buffer(size, 0);
-    loadSectors(chain, buffer.data(), size, error);
-    return buffer;
+Bytes CompoundDocumentIO::loadedPrefix(std::span<const std::uint32_t> chain,
+                                       std::optional<std::size_t>* firstMissing) const {
+    const std::uint64_t sectorSize = bigSectorSize();
+    Bytes out;
+    out.reserve(std::min<std::uint64_t>(chain.size() * sectorSize, data_.size()));
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        // The header fills the first sector slot.
+        const std::uint64_t offset = (static_cast<std::uint64_t>(chain[i]) + 1) * sectorSize;
+        if (offset >= data_.size()) {
+            if (firstMissing) *firstMissing = i;
+            break;
+        }
+        const std::uint64_t n = std::min(sectorSize, data_.size() - offset);
+        out.insert(out.end(), data_.begin() + static_cast<std::ptrdiff_t>(offset),
+                   data_.begin() + static_cast<std::ptrdiff_t>(offset + n));
+    }
+    return out;
 }
 
 std::uint32_t CompoundDocumentIO::firstWordOfSector(std::uint64_t sector) const {
@@ -101,11 +191,22 @@ std::uint32_t CompoundDocumentIO::firstWordOfSector(std::uint64_t sector) const 
     return loadU32le(word);
 }
 
-std::vector<std::uint32_t> CompoundDocumentIO::getSectorBlocks(bool reload) {
+std::vector<std::uint32_t> CompoundDocumentIO::getSectorBlocks(bool reload) { return sectorBlocks(reload, nullptr); }
+
+std::vector<std::uint32_t> CompoundDocumentIO::sectorBlocks(bool reload, std::vector<std::uint64_t>* offsets) {
     const std::uint64_t count = header_.allocationTableCount;
     std::vector<std::uint32_t> list;
+    const auto put = [&](std::uint64_t p, std::uint32_t word, std::uint64_t offset) {
+        if (p == list.size()) {
+            list.push_back(word);
+            if (offsets) offsets->push_back(offset);
+        } else {
+            list[p] = word;
+            if (offsets) (*offsets)[p] = offset;
+        }
+    };
     for (std::uint64_t i = 0; i < std::min<std::uint64_t>(compound::kHeaderTableSectors, count); ++i)
-        list.push_back(static_cast<std::uint32_t>(header_.masterSectors[i]));
+        put(i, static_cast<std::uint32_t>(header_.masterSectors[i]), Header::kMasterSectorsOffset + 4 * i);
     if (!reload) {
         for (std::size_t i = 0; list.size() < count && i < bigSectorData_.size(); ++i)
             list.push_back(bigSectorData_[i]);
@@ -130,29 +231,30 @@ std::vector<std::uint32_t> CompoundDocumentIO::getSectorBlocks(bool reload) {
                 // The table is complete: every further master sector only puts
                 // its first word into the last entry. That walk repeats itself
                 // within as many steps as the data have sectors, so skip its cycles.
-                std::uint64_t steps = masterCount - k;
+                const std::uint64_t steps = masterCount - k;
                 std::uint64_t value = toRead;
+                std::uint64_t source = 0;  // the sector whose first word value is
+                const auto step = [&] {
+                    source = value;
+                    value = firstWordOfSector(value);
+                };
                 std::unordered_map<std::uint64_t, std::uint64_t> seen;
-                for (std::uint64_t step = 0; step < steps; ++step) {
+                for (std::uint64_t i = 0; i < steps; ++i) {
                     if (auto it = seen.find(value); it != seen.end()) {
-                        const std::uint64_t rest = (steps - step) % (step - it->second);
-                        for (std::uint64_t i = 0; i < rest; ++i) value = firstWordOfSector(value);
+                        for (std::uint64_t rest = (steps - i) % (i - it->second); rest > 0; --rest) step();
                         break;
                     }
-                    seen.emplace(value, step);
-                    value = firstWordOfSector(value);
+                    seen.emplace(value, i);
+                    step();
                 }
-                list[p] = static_cast<std::uint32_t>(value);
+                put(p, static_cast<std::uint32_t>(value), (source + 1) * sectorSize);
                 break;
             }
         }
         copyBigSector(toRead, 0, sector.data(), sectorSize);
         for (std::uint64_t w = 0; w + 4 <= sectorSize && p < count; w += 4, ++p) {
             const std::uint32_t word = loadU32le(sector.data() + w);
-            if (p == list.size())
-                list.push_back(word);
-            else
-                list[p] = word;
+            put(p, word, (toRead + 1) * sectorSize + w);
             if (bigSectorData_.size() < cacheLimit) bigSectorData_.push_back(word);
         }
     }
@@ -187,7 +289,7 @@ std::uint64_t CompoundDocumentIO::loadSectors(std::span<const std::uint32_t> sec
 }
 
 std::uint64_t CompoundDocumentIO::loadSector(std::uint64_t sector, std::uint8_t* buffer, std::uint64_t maxLength) const {
-    if (!buffer || sector > 0xFFFFFFFF) return 0;
+    if (!buffer || sector > UINT32_MAX) return 0;
     const std::uint32_t one[1] = {static_cast<std::uint32_t>(sector)};
     bool error = false;
     return loadSectors(one, buffer, maxLength, error);
@@ -197,7 +299,7 @@ std::optional<SmallSectorFault> CompoundDocumentIO::smallSectorFault(std::uint64
     const std::uint64_t index = sector * smallSectorSize() / bigSectorSize();
     if (index >= smallSectorArray_.size())
         return SmallSectorFault{SmallSectorFault::Kind::OutOfBounds, index, smallSectorArray_.size()};
-    if (smallSectorArray_[index] >= kInvalidSmallSectorValue)
+    if (smallSectorArray_[index] >= compound::kInvalidSmallAreaSector)
         return SmallSectorFault{SmallSectorFault::Kind::InvalidValue, smallSectorArray_[index], 0};
     return std::nullopt;
 }
@@ -238,7 +340,7 @@ std::uint64_t CompoundDocumentIO::loadSmallSectors(std::span<const std::uint32_t
 
 std::uint64_t CompoundDocumentIO::loadSmallSector(std::uint64_t sector, std::uint8_t* buffer,
                                                   std::uint64_t maxLength) const {
-    if (sector > 0xFFFFFFFF) return 0;
+    if (sector > UINT32_MAX) return 0;
     const std::uint32_t one[1] = {static_cast<std::uint32_t>(sector)};
     return loadSmallSectors(one, buffer, maxLength);
 }
@@ -247,8 +349,12 @@ std::unique_ptr<StreamHandler> CompoundDocumentIO::streamHandler(const icu::Unic
     if (path.isEmpty()) return nullptr;
     const DirectoryEntry* entry = directoryTree_.findEntry(path);
     if (!entry || entry->dir) return nullptr;
+    return streamHandler(*entry);
+}
+
+std::unique_ptr<StreamHandler> CompoundDocumentIO::streamHandler(const DirectoryEntry& entry) const {
     auto handler = std::make_unique<StreamHandler>();
-    if (!handler->initializeStreamHandler(*this, *entry)) return nullptr;
+    if (!handler->initializeStreamHandler(*this, entry)) return nullptr;
     return handler;
 }
 

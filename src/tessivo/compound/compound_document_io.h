@@ -5,15 +5,20 @@
 //   tessivo::CompoundDocumentIO io(bytes);        // borrows bytes
 //   io.open();
 //   if (io.result() == 0) { auto handler = io.streamHandler(u"/__substg1.0_1000001F"); ... }
+//   else report(compoundOpenFailure(io.result(), *io.fault()));
 //
-// The reader borrows the bytes it is given (they must outlive it) unless it is
-// given ownership of them. After opening, every structure is read-only.
+// Sectors past the end of the data read as zeros: a truncated document opens
+// as far as its big-sector table lies in the data, and only a directory that
+// yields no entry at all refuses it. The reader borrows the bytes it is given
+// (they must outlive it) unless it is given ownership of them. After
+// opening, every structure is read-only.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include <unicode/unistr.h>
@@ -21,6 +26,7 @@
 #include "tessivo/compound/directory_tree.h"
 #include "tessivo/compound/header.h"
 #include "tessivo/compound/sector_alloc_table.h"
+#include "tessivo/foundation/fault.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo {
@@ -35,6 +41,14 @@ enum CompoundResult : int {
     kCompoundInvalid = 3,
     kCompoundNoComponent = 4,
 };
+
+// The meaning of a result code other than 0, in words
+// ("invalid header or damaged structure").
+const char* compoundResultReason(int resultCode);
+// Why a document did not open, in words: the meaning of its result code and
+// the located fault, as in "invalid header or damaged structure (header
+// threshold at byte 56: expected 4096, found 2048)".
+std::string compoundOpenFailure(int resultCode, const Fault& fault);
 
 // Why a small sector cannot be read.
 struct SmallSectorFault {
@@ -62,6 +76,9 @@ public:
     bool compoundDocumentLoaded();
     void closeCompoundDocument() { opened_ = false; }
     int result() const { return result_; }
+    // The check that refused the document, located in the data; nothing once
+    // it has opened.
+    const std::optional<Fault>& fault() const { return fault_; }
     bool isOpened() const { return opened_; }
 
     // Copies length bytes at offset into buffer; false when they are not all in the data.
@@ -83,6 +100,8 @@ public:
 
     // A handler for the stream at path, or nullptr for a missing path or a folder.
     std::unique_ptr<StreamHandler> streamHandler(const icu::UnicodeString& path) const;
+    // A handler for a stream entry of this reader's directory (borrowed by the handler).
+    std::unique_ptr<StreamHandler> streamHandler(const DirectoryEntry& entry) const;
 
     // n bytes of big sector s from offset, zeros where the data end.
     void copyBigSector(std::uint64_t sector, std::uint64_t offset, std::uint8_t* out, std::uint64_t n) const;
@@ -102,13 +121,21 @@ public:
 
 private:
     void initializeStream();
-    // The bytes of a chain of big sectors, or nothing when they would be more than the document holds.
-    std::optional<Bytes> readChain(const std::vector<std::uint32_t>& chain, bool& error) const;
+    // Records the fault that refuses the document.
+    void refuse(Fault fault) { fault_ = std::move(fault); }
+    // getSectorBlocks, also giving where in the data each sector number was read.
+    std::vector<std::uint32_t> sectorBlocks(bool reload, std::vector<std::uint64_t>* offsets);
+    // What loading a chain of big sectors puts into its zero-filled buffer:
+    // sector after sector until the first one that starts past the end of the
+    // data (whose index goes to firstMissing), a sector cut by the end as far
+    // as it goes. The rest of the buffer stays zero and is not returned.
+    Bytes loadedPrefix(std::span<const std::uint32_t> chain, std::optional<std::size_t>* firstMissing) const;
     std::uint32_t firstWordOfSector(std::uint64_t sector) const;
 
     Bytes owned_;
     ByteView data_;
     int result_ = kCompoundOpened;
+    std::optional<Fault> fault_;
     bool opened_ = false;
     std::uint64_t filesize_ = 0;
     std::vector<std::uint32_t> smallSectorArray_;

@@ -1,11 +1,16 @@
 #include "tessivo/compound/directory_tree.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include <unicode/stringpiece.h>
-#include <unicode/utf8.h>
 
 #include "tessivo/compound/limits.h"
 #include "tessivo/foundation/byte_reader.h"
+#include "tessivo/foundation/file_time.h"
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/text.h"
 
 namespace tessivo {
 
@@ -13,20 +18,8 @@ namespace {
 
 constexpr std::uint8_t kTypeEmpty = 0;
 constexpr std::uint8_t kTypeStream = 2;
-constexpr std::int64_t kTicksPerSecond = 10000000;
-constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
 // After an entry of this name, entries with empty names are left out.
 const icu::UnicodeString kDataStoreName(u"MsoDataStore");
-
-bool isWellFormedUtf8(const char* s, std::int32_t length) {
-    std::int32_t i = 0;
-    while (i < length) {
-        UChar32 c;
-        U8_NEXT(reinterpret_cast<const std::uint8_t*>(s), i, length, c);
-        if (c < 0) return false;
-    }
-    return true;
-}
 
 // Names are taken as 8-bit text: the low byte of each UTF-16 unit up to the
 // first NUL, without control characters, read as UTF-8. Bytes that are not
@@ -48,7 +41,7 @@ icu::UnicodeString decodeName(ByteView bytes) {
         ++count;
     }
     if (ascii) return icu::UnicodeString(units, count);
-    if (!isWellFormedUtf8(collected, count)) return {};
+    if (!isValidUtf8(std::string_view(collected, count))) return {};
     return icu::UnicodeString::fromUTF8(icu::StringPiece(collected, count));
 }
 
@@ -77,38 +70,59 @@ DirectoryEntry DirectoryTree::decodeEntry(ByteView bytes) {
     e.prev = readU32le(bytes, kPrevOffset).value_or(0);
     e.next = readU32le(bytes, kNextOffset).value_or(0);
     e.child = readU32le(bytes, kChildOffset).value_or(0);
-    // Signed quotient first, then the shift to 1970.
-    const auto ticks = static_cast<std::int64_t>(readU64le(bytes, kTimeOffset).value_or(0));
-    e.time = ticks / kTicksPerSecond - kSecondsFrom1601To1970;
+    e.time = unixTimeFromFileTime(readU64le(bytes, kTimeOffset).value_or(0));
     e.start = readU32le(bytes, kStartOffset).value_or(0);
     e.size = readU32le(bytes, kSizeOffset).value_or(0);
     return e;
+}
+
+void DirectoryTree::emptyAllocationTable() {
+    entries_.clear();
+    emptyTail_ = 0;
+}
+
+const DirectoryEntry* DirectoryTree::entry(std::uint64_t index) const {
+    // Every entry past the decoded ones is the entry of 128 zero bytes.
+    static const DirectoryEntry kEmptyEntry = decodeEntry(std::array<std::uint8_t, compound::kDirectoryEntryBytes>{});
+    if (index < entries_.size()) return &entries_[index];
+    return index < entryCount() ? &kEmptyEntry : nullptr;
 }
 
 bool DirectoryTree::loadEntries(ByteView bytes, std::uint64_t size) {
     emptyAllocationTable();
     visited_.clear();
     visitedList_.clear();
-    const std::uint64_t count = std::min<std::uint64_t>(size, bytes.size()) / compound::kDirectoryEntryBytes;
+    visitedEmpty_.clear();
+    const std::uint64_t count = size / compound::kDirectoryEntryBytes;
+    // Whole entries of bytes, and an entry cut by their end.
+    const std::uint64_t decoded =
+        std::min<std::uint64_t>(count, (bytes.size() + compound::kDirectoryEntryBytes - 1) / compound::kDirectoryEntryBytes);
     bool afterDataStore = false;
-    entries_.reserve(count);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        DirectoryEntry e = decodeEntry(bytes.subspan(i * compound::kDirectoryEntryBytes, compound::kDirectoryEntryBytes));
+    entries_.reserve(decoded);
+    for (std::uint64_t i = 0; i < decoded; ++i) {
+        std::array<std::uint8_t, compound::kDirectoryEntryBytes> raw{};
+        const ByteView rest = bytes.subspan(i * compound::kDirectoryEntryBytes);
+        std::copy_n(rest.begin(), std::min(rest.size(), raw.size()), raw.begin());
+        DirectoryEntry e = decodeEntry(raw);
         if (afterDataStore && e.name.isEmpty()) continue;
         if (e.name == kDataStoreName) afterDataStore = true;
         entries_.push_back(std::move(e));
     }
+    // The empty entries have empty names: after "MsoDataStore" none of them is kept.
+    emptyTail_ = afterDataStore ? 0 : count - decoded;
     visited_.assign((entries_.size() + 63) / 64, 0);
-    return !entries_.empty();
+    return entryCount() > 0;
 }
 
 std::int64_t DirectoryTree::indexOf(const DirectoryEntry& e) const {
     for (std::size_t i = 0; i < entries_.size(); ++i)
         if (entries_[i] == e) return static_cast<std::int64_t>(i);
+    if (emptyTail_ > 0 && *entry(entries_.size()) == e) return static_cast<std::int64_t>(entries_.size());
     return -1;
 }
 
 std::int64_t DirectoryTree::parent(std::uint64_t index) const {
+    // Empty entries are not valid storages and have no children.
     for (std::uint64_t i = 0; i < entries_.size(); ++i) {
         for (std::uint64_t c : children(i))
             if (c == index) return static_cast<std::int64_t>(i);
@@ -123,23 +137,29 @@ int DirectoryTree::compareDirectoryName(const icu::UnicodeString& a, const icu::
 }
 
 void DirectoryTree::markVisited(std::uint64_t index) const {
+    if (index >= entries_.size()) {
+        visitedEmpty_.insert(index);
+        return;
+    }
     visited_[index / 64] |= std::uint64_t{1} << (index % 64);
     visitedList_.push_back(index);
 }
 
 bool DirectoryTree::wasVisited(std::uint64_t index) const {
+    if (index >= entries_.size()) return visitedEmpty_.count(index) != 0;
     return (visited_[index / 64] >> (index % 64)) & 1;
 }
 
 void DirectoryTree::clearVisited() const {
     for (std::uint64_t index : visitedList_) visited_[index / 64] &= ~(std::uint64_t{1} << (index % 64));
     visitedList_.clear();
+    visitedEmpty_.clear();
 }
 
 std::vector<std::uint64_t> DirectoryTree::children(std::uint64_t index) const {
     std::vector<std::uint64_t> result;
     const DirectoryEntry* storage = entry(index);
-    if (!storage || !storage->valid || storage->child >= entries_.size()) return result;
+    if (!storage || !storage->valid || storage->child >= entryCount()) return result;
 
     // In-order walk with an explicit stack: left subtree, node, right subtree.
     struct Frame {
@@ -158,17 +178,19 @@ std::vector<std::uint64_t> DirectoryTree::children(std::uint64_t index) const {
                 stack.pop_back();
                 continue;
             }
-            if (node >= entries_.size() || wasVisited(node)) {
+            if (node >= entryCount() || wasVisited(node)) {
                 stack.pop_back();
                 continue;
             }
             markVisited(node);
             f.stage = 1;
-            if (entries_[node].prev != kNoSibling) stack.push_back({entries_[node].prev, depth + 1, 0});
+            const std::uint64_t prev = entry(node)->prev;
+            if (prev != compound::kNoStream) stack.push_back({prev, depth + 1, 0});
         } else if (f.stage == 1) {
             result.push_back(node);
             f.stage = 2;
-            if (entries_[node].next != kNoSibling) stack.push_back({entries_[node].next, depth + 1, 0});
+            const std::uint64_t next = entry(node)->next;
+            if (next != compound::kNoStream) stack.push_back({next, depth + 1, 0});
         } else {
             stack.pop_back();
         }
@@ -177,59 +199,79 @@ std::vector<std::uint64_t> DirectoryTree::children(std::uint64_t index) const {
     return result;
 }
 
-std::uint64_t DirectoryTree::findChildWithIndex(std::uint64_t storage, const icu::UnicodeString& name,
-                                                std::uint64_t& closest) const {
+void ChildLookup::logEnding() const {
+    if (ending == Ending::TooDeep)
+        log("OLE: Max tree depth exceeded in findSiblingInTree at index %llu", static_cast<unsigned long long>(index));
+    else if (ending == Ending::Cycle)
+        log("OLE: Cycle detected in findSiblingInTree at node %llu", static_cast<unsigned long long>(index));
+}
+
+ChildLookup DirectoryTree::lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const {
+    ChildLookup result;
     const DirectoryEntry* s = entry(storage);
-    if (!s || !s->valid || s->child >= entries_.size()) return 0;
+    if (!s || !s->valid || s->child >= entryCount()) return result;
 
     // Binary search down the sibling tree; 0 marks a missing link here, as the
     // root can never be a sibling.
     std::uint64_t node = s->child;
-    std::uint64_t found = 0;
     for (std::uint64_t depth = 0;; ++depth) {
         if (depth > compound::kMaxTreeDepth) {
-            log("OLE: Max tree depth exceeded in findSiblingInTree at index %llu", static_cast<unsigned long long>(node));
+            result = {ChildLookup::Ending::TooDeep, node, result.closest};
             break;
         }
         if (wasVisited(node)) {
-            log("OLE: Cycle detected in findSiblingInTree at node %llu", static_cast<unsigned long long>(node));
+            result = {ChildLookup::Ending::Cycle, node, result.closest};
             break;
         }
         markVisited(node);
-        const DirectoryEntry& e = entries_[node];
+        const DirectoryEntry& e = *entry(node);
         if (!e.valid) break;
         const int order = compareDirectoryName(e.name, name);
         if (order == 0) {
-            found = node;
+            result = {ChildLookup::Ending::Found, node, result.closest};
             break;
         }
         const std::uint64_t link = order > 0 ? e.prev : e.next;
-        if (link == 0 || link >= entries_.size()) {
+        if (link == 0 || link >= entryCount()) {
             // Each level searches with its own copy of closest.
-            if (depth == 0) closest = node;
+            if (depth == 0) result.closest = node;
             break;
         }
         node = link;
     }
     clearVisited();
-    return found;
+    return result;
 }
 
-std::optional<std::uint64_t> DirectoryTree::findIndex(const icu::UnicodeString& path) const {
-    if (path.isEmpty() || entries_.empty()) return std::nullopt;
-    std::uint64_t index = 0;
+std::uint64_t DirectoryTree::findChildWithIndex(std::uint64_t storage, const icu::UnicodeString& name,
+                                                std::uint64_t& closest) const {
+    ChildLookup lookup = lookupChild(storage, name);
+    lookup.logEnding();
+    if (lookup.closest) closest = *lookup.closest;
+    return lookup.found() ? lookup.index : 0;
+}
+
+ChildLookup DirectoryTree::resolve(std::uint64_t storage, const icu::UnicodeString& relativePath) const {
+    ChildLookup lookup{ChildLookup::Ending::Found, storage, std::nullopt};
     std::int32_t begin = 0;
-    while (begin <= path.length()) {
-        std::int32_t end = path.indexOf(u'/', begin);
-        if (end < 0) end = path.length();
+    while (begin <= relativePath.length()) {
+        std::int32_t end = relativePath.indexOf(u'/', begin);
+        if (end < 0) end = relativePath.length();
         if (end > begin) {
-            std::uint64_t closest = kNoSibling;
-            index = findChildWithIndex(index, icu::UnicodeString(path, begin, end - begin), closest);
-            if (index == 0) return std::nullopt;
+            lookup = lookupChild(lookup.index, icu::UnicodeString(relativePath, begin, end - begin));
+            if (!lookup.found()) return lookup;
         }
         begin = end + 1;
     }
-    return index;
+    return lookup;
+}
+
+std::optional<std::uint64_t> DirectoryTree::findIndex(const icu::UnicodeString& path) const {
+    if (path.isEmpty() || entryCount() == 0) return std::nullopt;
+    const ChildLookup lookup = resolve(0, path);
+    lookup.logEnding();
+    if (!lookup.found()) return std::nullopt;
+    return lookup.index;
 }
 
 const DirectoryEntry* DirectoryTree::findEntry(const icu::UnicodeString& path) const {

@@ -5,12 +5,15 @@
 //   tree.loadEntries(directoryBytes, directoryBytes.size());
 //   if (const auto* e = tree.findEntry(u"/__substg1.0_0037001F")) use(e->start, e->size);
 //
-// Entries borrow nothing from the bytes they were loaded from. Not safe for
+// Entries borrow nothing from the bytes they were loaded from. A directory
+// may be longer than the bytes it was loaded from: the entries past them are
+// empty (all fields zero), computed rather than stored. Not safe for
 // concurrent use: lookups borrow the tree's visited bitmap.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <unordered_set>
 #include <vector>
 
 #include <unicode/unistr.h>
@@ -40,9 +43,22 @@ struct DirectoryEntry {
     Dictionary toDictionary() const;
 };
 
+// One search for a name among the children of a storage, and how it ended.
+struct ChildLookup {
+    enum class Ending { Found, Missing, TooDeep, Cycle };
+    Ending ending = Ending::Missing;
+    // The child found; for TooDeep and Cycle the node where the search stopped.
+    std::uint64_t index = 0;
+    // The node examined when the search ended at the first one.
+    std::optional<std::uint64_t> closest;
+
+    bool found() const { return ending == Ending::Found; }
+    // Logs the message of a damaged tree; nothing for Found and Missing.
+    void logEnding() const;
+};
+
 class DirectoryTree {
 public:
-    static constexpr std::uint64_t kNoSibling = 0xFFFFFFFF;
     // Byte offsets of the fields within an entry.
     static constexpr std::size_t kNameOffset = 0;
     static constexpr std::size_t kNameBytes = 64;
@@ -55,15 +71,17 @@ public:
     static constexpr std::size_t kStartOffset = 116;
     static constexpr std::size_t kSizeOffset = 120;
 
-    void emptyAllocationTable() { entries_.clear(); }
-    std::uint64_t entryCount() const { return entries_.size(); }
+    void emptyAllocationTable();
+    std::uint64_t entryCount() const { return entries_.size() + emptyTail_; }
+    // Entries decoded from bytes, before the computed empty ones.
+    std::uint64_t decodedEntryCount() const { return entries_.size(); }
     // The entry at index, or nullptr; borrowed until the next load.
-    const DirectoryEntry* entry(std::uint64_t index) const {
-        return index < entries_.size() ? &entries_[index] : nullptr;
-    }
+    const DirectoryEntry* entry(std::uint64_t index) const;
 
-    // Decodes size / 128 entries of bytes; true when at least one was loaded.
-    // After an entry named "MsoDataStore", entries with empty names are left out.
+    // Decodes size / 128 entries: those of bytes, then empty ones where bytes
+    // end (an entry cut by the end keeps its bytes). True when at least one
+    // was loaded. After an entry named "MsoDataStore", entries with empty
+    // names are left out.
     bool loadEntries(ByteView bytes, std::uint64_t size);
 
     // The first index whose entry equals e, or -1.
@@ -82,19 +100,28 @@ public:
     // closest becomes the last node examined when the search ends at the first one.
     std::uint64_t findChildWithIndex(std::uint64_t storage, const icu::UnicodeString& name,
                                      std::uint64_t& closest) const;
+    // The path lookup of relativePath from the entry at storage, without
+    // logging: the lookup of a component that failed, or the one that found
+    // the last (a path without components finds storage itself).
+    ChildLookup resolve(std::uint64_t storage, const icu::UnicodeString& relativePath) const;
 
     // Decodes one 128-byte entry.
     static DirectoryEntry decodeEntry(ByteView bytes);
 
 private:
+    ChildLookup lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const;
     void markVisited(std::uint64_t index) const;
     bool wasVisited(std::uint64_t index) const;
     void clearVisited() const;
 
     std::vector<DirectoryEntry> entries_;
-    // One bit per entry for the walk in progress, and the bits set by it.
+    // Empty entries after the decoded ones.
+    std::uint64_t emptyTail_ = 0;
+    // One bit per decoded entry for the walk in progress, the bits set by it,
+    // and the empty entries it has visited.
     mutable std::vector<std::uint64_t> visited_;
     mutable std::vector<std::uint64_t> visitedList_;
+    mutable std::unordered_set<std::uint64_t> visitedEmpty_;
 };
 
 }  // namespace tessivo

@@ -1,5 +1,7 @@
 #include "tessivo/compound/header.h"
 
+#include <string>
+
 #include "tessivo/compound/limits.h"
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/log.h"
@@ -17,7 +19,7 @@ void Header::initialize() {
     smallSectorAllocationTableCount = 0;
     masterSectorAllocationTableStart = 0;
     masterSectorAllocationTableCount = 0;
-    masterSectors.fill(kUnusedSector);
+    masterSectors.fill(compound::kFreeSect);
 }
 
 void Header::oleLoad(ByteView data) {
@@ -36,19 +38,31 @@ void Header::oleLoad(ByteView data) {
     for (std::size_t i = 0; i < masterSectors.size(); ++i) masterSectors[i] = u32(kMasterSectorsOffset + 4 * i);
 }
 
-bool Header::isValid() const {
-    if (threshold != compound::kStreamThresholdBytes) return false;
-    if (allocationTableCount == 0) return false;
+std::optional<Fault> Header::validate() const {
+    const auto fault = [](const char* field, std::size_t offset, std::string expected, std::uint64_t found) {
+        return Fault{"header", field, offset, std::move(expected), std::to_string(found)};
+    };
+    if (threshold != compound::kStreamThresholdBytes)
+        return fault("threshold", kThresholdOffset, std::to_string(compound::kStreamThresholdBytes), threshold);
+    if (allocationTableCount == 0)
+        return fault("allocationTableCount", kAllocationTableCountOffset, "at least 1", allocationTableCount);
     if (allocationTableCount >= compound::kHeaderTableSectors + 1) {
         // 127 entries per master sector whatever the sector size.
-        if (allocationTableCount >
-            masterSectorAllocationTableCount * compound::kMasterSectorEntries + compound::kHeaderTableSectors)
-            return false;
+        const std::uint64_t capacity =
+            masterSectorAllocationTableCount * compound::kMasterSectorEntries + compound::kHeaderTableSectors;
+        if (allocationTableCount > capacity)
+            return fault("allocationTableCount", kAllocationTableCountOffset,
+                         "at most " + std::to_string(capacity) + " (109 + 127 per master sector)",
+                         allocationTableCount);
     } else if (allocationTableCount < compound::kHeaderTableSectors && masterSectorAllocationTableCount != 0) {
-        return false;
+        return fault("masterSectorAllocationTableCount", kMasterTableCountOffset,
+                     "0 with " + std::to_string(allocationTableCount) + " table sectors",
+                     masterSectorAllocationTableCount);
     }
-    if (smallShift > masterShift) return false;
-    return masterShift >= 7 && masterShift <= 30;
+    if (smallShift > masterShift)
+        return fault("smallShift", kSmallShiftOffset, "at most masterShift " + std::to_string(masterShift), smallShift);
+    if (masterShift < 7 || masterShift > 30) return fault("masterShift", kMasterShiftOffset, "7 to 30", masterShift);
+    return std::nullopt;
 }
 
 std::uint8_t Header::getIdent(std::uint64_t index) const {
@@ -62,7 +76,7 @@ std::uint8_t Header::getIdent(std::uint64_t index) const {
 std::uint64_t Header::getBBsectors(std::uint64_t index) const {
     if (index >= masterSectors.size()) {
         log("Warning: getBBsectors called with index %llu (max: 108)", static_cast<unsigned long long>(index));
-        return kUnusedSector;
+        return compound::kFreeSect;
     }
     return masterSectors[index];
 }

@@ -2,7 +2,7 @@
 //
 //   tessivo::Header h;
 //   h.oleLoad(first512Bytes);
-//   if (h.getIdent(0) == tessivo::Header::kSignature[0] && h.isValid()) ...
+//   if (auto fault = h.validate()) refuse(fault->describe());   // "header threshold at byte 56: ..."
 //
 // Only the fields the reader uses are loaded; the class identifier, versions,
 // byte-order mark and directory sector count are ignored.
@@ -10,7 +10,9 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
+#include "tessivo/foundation/fault.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo {
@@ -18,7 +20,6 @@ namespace tessivo {
 class Header {
 public:
     static constexpr std::array<std::uint8_t, 8> kSignature = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
-    static constexpr std::uint32_t kUnusedSector = 0xFFFFFFFF;
 
     // Byte offsets of the fields within the header.
     static constexpr std::size_t kIdentOffset = 0;
@@ -40,11 +41,18 @@ public:
     void initialize();
     // Fills the fields from the header bytes; bytes past the end of data read as 0.
     void oleLoad(ByteView data);
-    bool isValid() const;
+    // The first validity rule the header breaks, located at its field; nothing
+    // for a valid header. The rules: threshold exactly 4096; at least one
+    // table sector; a table count of 110 or more fits the master sectors
+    // (127 entries each whatever the sector size, plus the header's 109), one
+    // of 1 to 108 comes without master sectors; smallShift at most
+    // masterShift, which lies in 7..30.
+    std::optional<Fault> validate() const;
+    bool isValid() const { return !validate(); }
 
     // Signature byte 0..7; a larger index logs a warning and yields 0.
     std::uint8_t getIdent(std::uint64_t index) const;
-    // masterSectors[index] for 0..108; a larger index logs a warning and yields 0xFFFFFFFF.
+    // masterSectors[index] for 0..108; a larger index logs a warning and yields kFreeSect.
     std::uint64_t getBBsectors(std::uint64_t index) const;
 
     std::array<std::uint8_t, 8> ident;

@@ -1,5 +1,6 @@
-// Fixed bounds of the compound document reader. Every walk, read and listing
-// over untrusted bytes stops at one of these.
+// Fixed numbers of the compound document reader: sizes and special values of
+// the format, and the bounds at which every walk, read and listing over
+// untrusted bytes stops.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +19,18 @@ constexpr std::uint64_t kMasterSectorEntries = 127;
 // Streams declared smaller than this live in small sectors.
 constexpr std::uint64_t kStreamThresholdBytes = 4096;
 
+// Special sector numbers: table entries that name no sector.
+constexpr std::uint32_t kFreeSect = 0xFFFFFFFF;    // unused; fills new table entries and unused header slots
+constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE;  // the last sector of a chain
+constexpr std::uint32_t kFatSect = 0xFFFFFFFD;     // a sector that holds the big-sector table
+constexpr std::uint32_t kDifSect = 0xFFFFFFFC;     // a master sector
+// A chain ends at any of the three markers (and at any value past the table's end).
+constexpr bool endsChain(std::uint64_t sector) { return sector >= kDifSect && sector <= kEndOfChain; }
+// A directory link to no entry.
+constexpr std::uint32_t kNoStream = 0xFFFFFFFF;
+// Big sectors at or above this number cannot hold the small-sector area.
+constexpr std::uint64_t kInvalidSmallAreaSector = 0x80000000;
+
 // A sector chain is cut once it holds this many sectors.
 constexpr std::uint64_t kMaxChainLengthSectors = 0x100000;
 // Sibling trees are walked at most this many levels deep.
@@ -33,27 +46,34 @@ constexpr std::size_t kMaxStreamBytes = kStreamPieceBytes * kMaxStreamPieces;
 // A second bound on the bytes of one stream (100 MB); the piece bound always stops a read first.
 constexpr std::uint64_t kStreamSizeLimitBytes = 0x6400000;
 
-// Size of the block a stream handler caches when it is created.
-constexpr std::size_t kStreamCacheBytes = 4096;
+// Opening a stream reads (and logs the faults of) its first block of this size.
+constexpr std::size_t kStreamFirstBlockBytes = 4096;
 
 // Our own bounds, reached only by damaged documents:
 //
-// A table or directory read when opening may not hold more bytes than the
-// document itself. A valid document keeps each of them in distinct sectors of
-// the file; one that claims more must repeat sectors or run past the end of
-// the data, and honouring it could ask for memory far beyond the file's size.
-// Such a document is refused with result code 3.
+// The big-sector table, and the parts of the small-sector table and of the
+// directory that lie in the data, together may not hold more bytes than the
+// document. A valid document, and a truncated one, keeps each of them in
+// sectors of its own; one that claims more must read sectors twice, and
+// honouring it could take memory far beyond the file's size. Such a document
+// is refused with result code 3. (Sectors past the end of the data read as
+// zeros; those zeros are computed, not stored.)
 //
 // A listing (flat, nested or dictionary) visits at most
-// kListingVisitsPerEntry entries per directory entry (at least
-// kListingVisitsMinimum), and hands out at most kListingBytesPerFileByte
-// stream bytes per byte of the document plus one whole stream. Paths that
-// resolve to the same storage again (empty or repeated names) would otherwise
-// make a listing grow without end. The flat and nested listings also stop
-// descending below kMaxNestingDepth levels. A listing that reaches a bound
-// ends with what it has.
-constexpr std::uint64_t kListingVisitsPerEntry = 16;
+// kListingVisitsPerEntry entries per directory entry read from the data (at
+// least kListingVisitsMinimum, enough to reach the nesting bound of a tree
+// that repeats itself and list its siblings on the way back), and walks, copies and builds at most
+// kListingBytesPerFileByte bytes per byte of the document plus
+// kListingBytesSlack: each stream costs its sector chain's bytes (the bytes
+// a reader of it gets), each record its path and kListingRecordBytes. Paths
+// that resolve to the same storage again (empty or repeated names) would
+// otherwise make a listing grow without end. The flat and nested listings
+// also stop descending below kMaxNestingDepth levels. A listing that
+// reaches a bound ends with what it has.
+constexpr std::uint64_t kListingVisitsPerEntry = 4;
 constexpr std::uint64_t kListingVisitsMinimum = 1024;
-constexpr std::uint64_t kListingBytesPerFileByte = 4;
+constexpr std::uint64_t kListingBytesPerFileByte = 1;
+constexpr std::uint64_t kListingBytesSlack = kMaxStreamBytes;
+constexpr std::uint64_t kListingRecordBytes = 256;
 
 }  // namespace tessivo::compound

@@ -4,8 +4,9 @@
 // dictionary of stream contents.
 //
 //   int code = 0;
-//   auto mole = tessivo::Mole::initWithData(fileBytes, &code);   // borrows fileBytes
-//   if (!mole) return refuse(code);                              // code 1..4
+//   tessivo::Fault fault;
+//   auto mole = tessivo::Mole::initWithData(fileBytes, &code, &fault);   // borrows fileBytes
+//   if (!mole) return refuse(code, fault.describe());                    // code 1..4
 //   std::optional<tessivo::Bytes> body = mole->getStream(u"__substg1.0_1000001F");
 //   tessivo::Dictionary all = mole->getOLEDictionary();
 //
@@ -15,6 +16,8 @@
 //
 // A stream comes back as whole sectors (its chain length times the sector
 // size), not cut to its declared size, and is cut at 16,000,016 bytes.
+// Listings are bounded in the work they do and the memory they build by the
+// size of the document (see limits.h), however damaged its tree.
 // Diagnostics go to tessivo::log. A Mole is used by one thread at a time.
 #pragma once
 
@@ -29,19 +32,31 @@
 
 namespace tessivo {
 
+// A stream's bytes with the zeros that end it counted rather than stored:
+// bytes followed by zeroTail zero bytes are the stream.
+struct StreamWithZeroTail {
+    Bytes bytes;
+    std::uint64_t zeroTail = 0;
+};
+
 class Mole {
 public:
     // Opens data in place: data must outlive the Mole and everything it hands
     // out borrows nothing from it. Nothing when the document does not open;
     // resultCode (when given) receives the document's result code: 0 opened,
     // 1 fewer than 512 bytes, 2 wrong signature, 3 invalid header or damaged
-    // structure, 4 no reader (empty data).
-    static std::optional<Mole> initWithData(ByteView data, int* resultCode = nullptr);
+    // structure, 4 no reader (empty data); fault (when given) receives the
+    // check that refused the document, located in the data.
+    static std::optional<Mole> initWithData(ByteView data, int* resultCode = nullptr, Fault* fault = nullptr);
     // The same over a copy the Mole keeps.
-    static std::optional<Mole> initWithOwnedData(Bytes data, int* resultCode = nullptr);
+    static std::optional<Mole> initWithOwnedData(Bytes data, int* resultCode = nullptr, Fault* fault = nullptr);
 
     // The bytes of the stream at path, or nothing for a storage or a missing path.
     std::optional<Bytes> getStream(const icu::UnicodeString& path) const;
+    // getStream's result (and messages) with the sectors past the end of the
+    // data, which read as zeros, counted rather than stored: for readers of
+    // cut documents that need not hold those zeros.
+    std::optional<StreamWithZeroTail> getStreamWithZeroTail(const icu::UnicodeString& path) const;
     // Every entry as {"entryname": full path, "entrysize": declared size (streams only)},
     // in tree order. Each call appends to the listing of the calls before it.
     Array getDirectory();
@@ -58,21 +73,37 @@ public:
     const CompoundDocument& compoundDocument() const { return *compoundDocument_; }
 
 private:
-    // What one listing may still visit and hand out (see limits.h).
+    // What one listing may still visit, and walk, copy and build in bytes (see limits.h).
     struct Budget {
         std::uint64_t visits;
         std::uint64_t bytes;
         bool spend(std::uint64_t visitCount, std::uint64_t byteCount);
     };
+    struct Child;
     explicit Mole(std::unique_ptr<CompoundDocument> document);
-    static std::optional<Mole> openDocument(std::unique_ptr<CompoundDocument> document, int* resultCode);
+    static std::optional<Mole> openDocument(std::unique_ptr<CompoundDocument> document, int* resultCode,
+                                            Fault* fault);
 
     Budget newBudget() const;
-    std::optional<Bytes> getStream(const icu::UnicodeString& path, Budget* budget) const;
-    void buildDirectory(const icu::UnicodeString& path, int depth, Budget& budget);
-    Array buildOLEArray(const icu::UnicodeString& path, int depth, Budget& budget) const;
-    Dictionary buildOLEDictionary(const icu::UnicodeString& path, int depth, Budget& budget) const;
-    Dictionary buildOLEDictionary(const icu::UnicodeString& path,
+    // The one walk of every listing: calls visit(child) for each child of the
+    // storage at index storage, reached by path, in tree order, whose name
+    // take accepts (every child without take), while the budget lasts.
+    template <class Take, class Visit>
+    void forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Take&& take,
+                      Visit&& visit) const;
+    template <class Visit>
+    void forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Visit&& visit) const;
+    std::optional<StreamWithZeroTail> getStream(const icu::UnicodeString& path, bool countZeroTail) const;
+    // A stream as getStream hands it out: copied in one pass, with the
+    // messages its reading in 16-byte pieces logs; with countZeroTail, the
+    // sectors past the end of the data are counted, not copied.
+    StreamWithZeroTail readStream(const StreamHandler& handler, const icu::UnicodeString& path,
+                                  bool countZeroTail = false) const;
+    void buildDirectory(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget);
+    Array buildOLEArray(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget) const;
+    Dictionary buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path, int depth,
+                                  Budget& budget) const;
+    Dictionary buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path,
                                   const std::optional<std::vector<icu::UnicodeString>>& names, int depth,
                                   Budget& budget) const;
 

@@ -1,5 +1,7 @@
 #include "tessivo/compound/sector_alloc_table.h"
 
+#include <algorithm>
+
 #include "tessivo/compound/limits.h"
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/log.h"
@@ -7,8 +9,6 @@
 namespace tessivo {
 
 namespace {
-constexpr std::uint64_t kSectorMarkerFirst = 0xFFFFFFFC;
-constexpr std::uint64_t kSectorMarkerLast = 0xFFFFFFFE;
 constexpr std::uint64_t kInitialEntries = 128;
 }  // namespace
 
@@ -20,23 +20,49 @@ void ChainWalk::logEnding() const {
 }
 
 void SectorAllocTable::initialize() {
-    entries_.clear();
+    stored_.clear();
+    zeroTail_ = 0;
     visited_.clear();
     allocationResize(kInitialEntries);
     sectorSize_ = 4096;
 }
 
-void SectorAllocTable::allocationResize(std::uint64_t count) { entries_.resize(count, kFreeEntry); }
+void SectorAllocTable::storeZeroTail() {
+    stored_.resize(stored_.size() + zeroTail_, 0);
+    zeroTail_ = 0;
+}
+
+void SectorAllocTable::allocationResize(std::uint64_t count) {
+    if (count > stored_.size()) storeZeroTail();
+    stored_.resize(count, compound::kFreeSect);
+    zeroTail_ = 0;
+}
 
 void SectorAllocTable::allocationSetValue(std::uint32_t value, std::uint64_t index) {
-    if (entries_.size() < index) allocationResize(index + 1);
-    if (index < entries_.size()) entries_[index] = value;
+    if (allocationCount() < index) allocationResize(index + 1);
+    if (index >= allocationCount()) return;
+    if (index >= stored_.size()) storeZeroTail();
+    stored_[index] = value;
 }
 
 void SectorAllocTable::allocationLoad(ByteView bytes, std::uint64_t length) {
     const std::uint64_t count = length / 4;
-    entries_.assign(count, 0);
-    for (std::uint64_t i = 0; i < count; ++i) entries_[i] = readU32le(bytes, 4 * i).value_or(0);
+    // Whole words of bytes, and a word cut by their end.
+    const std::uint64_t present = std::min<std::uint64_t>(count, (bytes.size() + 3) / 4);
+    stored_.resize(present);
+    const std::uint64_t whole = std::min<std::uint64_t>(present, bytes.size() / 4);
+    for (std::uint64_t i = 0; i < whole; ++i) stored_[i] = loadU32le(bytes.data() + 4 * i);
+    if (whole < present) {
+        std::uint8_t cut[4] = {};
+        std::copy(bytes.begin() + static_cast<std::ptrdiff_t>(4 * whole), bytes.end(), cut);
+        stored_[whole] = loadU32le(cut);
+    }
+    zeroTail_ = count - present;
+}
+
+std::uint32_t SectorAllocTable::entry(std::uint64_t index) const {
+    if (index < stored_.size()) return stored_[index];
+    return index < allocationCount() ? 0 : compound::kFreeSect;
 }
 
 std::vector<std::uint32_t> SectorAllocTable::allocationFollow(std::uint64_t start) const {
@@ -47,28 +73,44 @@ std::vector<std::uint32_t> SectorAllocTable::allocationFollow(std::uint64_t star
 
 ChainWalk SectorAllocTable::walk(std::uint64_t start) const {
     ChainWalk result;
-    const std::uint64_t count = entries_.size();
+    const std::uint64_t count = allocationCount();
     if (start >= count) return result;
-    if (visited_.size() * 64 < count) visited_.assign((count + 63) / 64, 0);
+    const std::uint64_t stored = stored_.size();
+    if (visited_.size() * 64 < stored) visited_.assign((stored + 63) / 64, 0);
+
+    // Every zero entry leads to sector 0, so a walk meets at most two of them
+    // (one before sector 0 and one after); they are kept in a short list.
+    std::vector<std::uint64_t> zeroEntriesVisited;
+    const auto visit = [&](std::uint64_t sector) {
+        if (sector >= stored) {
+            if (std::find(zeroEntriesVisited.begin(), zeroEntriesVisited.end(), sector) != zeroEntriesVisited.end())
+                return false;
+            zeroEntriesVisited.push_back(sector);
+            return true;
+        }
+        std::uint64_t& word = visited_[sector / 64];
+        const std::uint64_t bit = std::uint64_t{1} << (sector % 64);
+        if (word & bit) return false;
+        word |= bit;
+        return true;
+    };
 
     std::uint64_t current = start;
-    while (current < count && !(current >= kSectorMarkerFirst && current <= kSectorMarkerLast)) {
-        std::uint64_t& word = visited_[current / 64];
-        const std::uint64_t bit = std::uint64_t{1} << (current % 64);
-        if (word & bit) {
+    while (current < count && !compound::endsChain(current)) {
+        if (!visit(current)) {
             result.ending = ChainWalk::Ending::Circular;
             result.repeated = current;
             break;
         }
-        word |= bit;
         result.sectors.push_back(static_cast<std::uint32_t>(current));
         if (result.sectors.size() >= compound::kMaxChainLengthSectors) {
             result.ending = ChainWalk::Ending::TooLong;
             break;
         }
-        current = entries_[current];
+        current = entry(current);
     }
-    for (std::uint32_t sector : result.sectors) visited_[sector / 64] &= ~(std::uint64_t{1} << (sector % 64));
+    for (std::uint32_t sector : result.sectors)
+        if (sector < stored) visited_[sector / 64] &= ~(std::uint64_t{1} << (sector % 64));
     return result;
 }
 

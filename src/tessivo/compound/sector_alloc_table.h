@@ -6,7 +6,9 @@
 //   table.allocationLoad(tableBytes, tableBytes.size());
 //   std::vector<std::uint32_t> chain = table.allocationFollow(firstSector);
 //
-// Not safe for concurrent use: a walk borrows the table's visited bitmap.
+// A table may be longer than the bytes it was loaded from: the entries past
+// them are zeros, computed rather than stored. Not safe for concurrent use:
+// a walk borrows the table's visited bitmap.
 #pragma once
 
 #include <cstdint>
@@ -30,24 +32,23 @@ struct ChainWalk {
 
 class SectorAllocTable {
 public:
-    static constexpr std::uint32_t kFreeEntry = 0xFFFFFFFF;
-
     SectorAllocTable() { initialize(); }
 
     // Empties the table, then makes 128 free entries; sector size 4096.
     void initialize();
     void setSectorSize(std::int32_t size) { sectorSize_ = size; }
     std::int32_t sectorSize() const { return sectorSize_; }
-    std::uint64_t allocationCount() const { return entries_.size(); }
+    std::uint64_t allocationCount() const { return stored_.size() + zeroTail_; }
 
     // Shrinks from the end or grows with free entries.
     void allocationResize(std::uint64_t count);
     // Grows the table to index + 1 entries when its count is less than index.
     void allocationSetValue(std::uint32_t value, std::uint64_t index);
-    // Replaces the table with the length / 4 little-endian words of bytes.
+    // Replaces the table with length / 4 little-endian words: those of bytes,
+    // then zeros where bytes end (a word cut by the end keeps its bytes).
     void allocationLoad(ByteView bytes, std::uint64_t length);
-    // The entry at index, or kFreeEntry past the end.
-    std::uint32_t entry(std::uint64_t index) const { return index < entries_.size() ? entries_[index] : kFreeEntry; }
+    // The entry at index, or kFreeSect past the end.
+    std::uint32_t entry(std::uint64_t index) const;
 
     // The chain that begins at start, logging a cycle or an overlong chain.
     std::vector<std::uint32_t> allocationFollow(std::uint64_t start) const;
@@ -55,9 +56,14 @@ public:
     ChainWalk walk(std::uint64_t start) const;
 
 private:
-    std::vector<std::uint32_t> entries_;
+    // Stores the zero entries so that they can be changed.
+    void storeZeroTail();
+
+    std::vector<std::uint32_t> stored_;
+    // Zero entries after the stored ones.
+    std::uint64_t zeroTail_ = 0;
     std::int32_t sectorSize_ = 4096;
-    // One bit per entry, set during a walk and cleared after it.
+    // One bit per stored entry, set during a walk and cleared after it.
     mutable std::vector<std::uint64_t> visited_;
 };
 

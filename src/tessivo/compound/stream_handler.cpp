@@ -13,13 +13,20 @@ bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const 
     entry_ = &entry;
     const SectorAllocTable& table =
         usesSmallSectors() ? io.smallSectorAllocationTable() : io.masterSectorAllocationTable();
-    sectorArray_ = table.allocationFollow(entry.start);
+    chain_ = table.walk(entry.start);
     memoryPosition_ = 0;
-    cacheSize_ = compound::kStreamCacheBytes;
-    cachePtr_ = 0;
-    cacheData_.assign(compound::kStreamCacheBytes, 0);
-    updateCache();
+    logOpening();
     return true;
+}
+
+void StreamHandler::logOpening() const {
+    chain_.logEnding();
+    if (!usesSmallSectors()) return;
+    // The first block ends at the declared size, which is below the threshold here.
+    const std::uint64_t block = std::min<std::uint64_t>(compound::kStreamFirstBlockBytes, entry_->size);
+    const std::uint64_t size = sectorSize();
+    for (std::uint64_t i = 0; i < chain_.sectors.size() && i * size < block; ++i)
+        if (auto fault = io_->smallSectorFault(chain_.sectors[i])) fault->log();
 }
 
 bool StreamHandler::usesSmallSectors() const { return entry_->size < io_->header().threshold; }
@@ -30,7 +37,7 @@ std::uint64_t StreamHandler::sectorSize() const {
 
 void StreamHandler::copyFromSector(std::uint64_t chainIndex, std::uint64_t offset, std::uint8_t* out,
                                    std::uint64_t n, bool logFaults) const {
-    const std::uint32_t sector = sectorArray_[chainIndex];
+    const std::uint32_t sector = chain_.sectors[chainIndex];
     if (!usesSmallSectors()) {
         io_->copyBigSector(sector, offset, out, n);
         return;
@@ -45,10 +52,10 @@ std::uint64_t StreamHandler::readAtPosition(std::uint64_t position, std::uint8_t
     if (!data || maxLength == 0) return 0;
     const std::uint64_t size = sectorSize();
     std::uint64_t index = position / size;
-    if (index >= sectorArray_.size()) return 0;
+    if (index >= chain_.sectors.size()) return 0;
     std::uint64_t offset = position % size;
     std::uint64_t copied = 0;
-    while (copied < maxLength && index < sectorArray_.size()) {
+    while (copied < maxLength && index < chain_.sectors.size()) {
         const std::uint64_t n = std::min(size - offset, maxLength - copied);
         copyFromSector(index, offset, data + copied, n, true);
         copied += n;
@@ -64,11 +71,20 @@ std::uint64_t StreamHandler::read(std::uint8_t* data, std::uint64_t maxLength) {
     return n;
 }
 
-void StreamHandler::updateCache() {
-    cachePtr_ = memoryPosition_ / compound::kStreamCacheBytes * compound::kStreamCacheBytes;
-    std::uint64_t blockSize = compound::kStreamCacheBytes;
-    if (cachePtr_ + blockSize > entry_->size) blockSize = entry_->size > cachePtr_ ? entry_->size - cachePtr_ : 0;
-    cacheSize_ = readAtPosition(cachePtr_, cacheData_.data(), blockSize);
+std::uint64_t StreamHandler::bytesInData() const {
+    const std::uint64_t size = sectorSize();
+    const std::uint64_t dataSize = io_->data().size();
+    for (std::size_t i = chain_.sectors.size(); i > 0; --i) {
+        std::uint64_t start = (static_cast<std::uint64_t>(chain_.sectors[i - 1]) + 1) * size;
+        if (usesSmallSectors()) {
+            const std::uint64_t position = chain_.sectors[i - 1] * size;
+            if (io_->smallSectorFault(chain_.sectors[i - 1])) continue;
+            const std::uint64_t bigSize = io_->bigSectorSize();
+            start = (std::uint64_t{io_->smallSectorArray()[position / bigSize]} + 1) * bigSize + position % bigSize;
+        }
+        if (start < dataSize) return i * size;
+    }
+    return 0;
 }
 
 void StreamHandler::copyPrefix(std::uint8_t* out, std::uint64_t n) const {
@@ -84,9 +100,9 @@ void StreamHandler::copyPrefix(std::uint8_t* out, std::uint64_t n) const {
     // Big sectors that follow each other in the file are copied as one run.
     while (copied < n) {
         std::size_t runEnd = index + 1;
-        while (runEnd < sectorArray_.size() && sectorArray_[runEnd] == sectorArray_[runEnd - 1] + 1) ++runEnd;
+        while (runEnd < chain_.sectors.size() && chain_.sectors[runEnd] == chain_.sectors[runEnd - 1] + 1) ++runEnd;
         const std::uint64_t runBytes = std::min<std::uint64_t>((runEnd - index) * size, n - copied);
-        const std::uint64_t start = (static_cast<std::uint64_t>(sectorArray_[index]) + 1) * size;
+        const std::uint64_t start = (static_cast<std::uint64_t>(chain_.sectors[index]) + 1) * size;
         const std::uint64_t available = start < data.size() ? std::min(runBytes, data.size() - start) : 0;
         if (available > 0) std::memcpy(out + copied, data.data() + start, available);
         std::memset(out + copied + available, 0, runBytes - available);

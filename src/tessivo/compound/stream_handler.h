@@ -15,6 +15,7 @@
 #include <unicode/unistr.h>
 
 #include "tessivo/compound/directory_tree.h"
+#include "tessivo/compound/sector_alloc_table.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo {
@@ -23,27 +24,32 @@ class CompoundDocumentIO;
 
 class StreamHandler {
 public:
-    // Takes the entry's chain (small sectors below the threshold, else big ones)
-    // and fills the cache with the first block; false when that cannot be done.
-    // The entry is borrowed (one of io's directory entries).
+    // Takes the entry's chain (small sectors below the threshold, else big
+    // ones) and logs what opening a stream logs (logOpening). The entry is
+    // borrowed (one of io's directory entries).
     bool initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry);
+    // What opening the stream logs: a damaged chain, then each small sector of
+    // the stream's first block (4096 bytes, at most its declared size) that
+    // cannot be located, as reading that block would.
+    void logOpening() const;
 
     std::uint64_t currentPosition() const { return memoryPosition_; }
     // Copies up to maxLength bytes from position along the chain.
     std::uint64_t readAtPosition(std::uint64_t position, std::uint8_t* data, std::uint64_t maxLength) const;
     // Reads at the current position and advances it.
     std::uint64_t read(std::uint8_t* data, std::uint64_t maxLength);
-    // Reads the block around the current position into the cache.
-    void updateCache();
 
     // Copies the first n bytes of the chain (n at most chainBytes()) into out,
     // without any message.
     void copyPrefix(std::uint8_t* out, std::uint64_t n) const;
     // Bytes the chain holds: its length times the sector size.
-    std::uint64_t chainBytes() const { return sectorArray_.size() * sectorSize(); }
+    std::uint64_t chainBytes() const { return chain_.sectors.size() * sectorSize(); }
+    // The chain's bytes up to the end of its last sector that lies in the
+    // data, at least in part; every byte after it reads as zero.
+    std::uint64_t bytesInData() const;
     bool usesSmallSectors() const;
     std::uint64_t sectorSize() const;
-    const std::vector<std::uint32_t>& sectorArray() const { return sectorArray_; }
+    const std::vector<std::uint32_t>& sectorArray() const { return chain_.sectors; }
     const DirectoryEntry& entry() const { return *entry_; }
     bool fail() const { return fail_; }
 
@@ -51,14 +57,11 @@ private:
     void copyFromSector(std::uint64_t chainIndex, std::uint64_t offset, std::uint8_t* out, std::uint64_t n,
                         bool logFaults) const;
 
-    std::vector<std::uint32_t> sectorArray_;
+    ChainWalk chain_;
     const CompoundDocumentIO* io_ = nullptr;
     std::uint64_t memoryPosition_ = 0;
-    std::uint64_t cacheSize_ = 4096;
-    std::uint64_t cachePtr_ = 0;
     const DirectoryEntry* entry_ = nullptr;
     bool fail_ = false;
-    Bytes cacheData_;
 };
 
 }  // namespace tessivo

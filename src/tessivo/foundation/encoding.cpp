@@ -18,7 +18,7 @@ namespace {
 
 // ICU works with 32-bit lengths; a decoded string may take two units per byte.
 constexpr std::size_t kMaxBytes = INT32_MAX / 2;
-// The charset detector looks at this many leading bytes at most.
+// The charset detector reads this many bytes at most.
 constexpr std::size_t kDetectPrefixBytes = 64 * 1024;
 // Detector confidence (0-100) from which a guess outside the suggestions is
 // taken; short texts give the detector little to go on.
@@ -228,16 +228,48 @@ std::optional<Bytes> encodeWithConverter(const icu::UnicodeString& text, const c
     return out;
 }
 
+// Bytes looked at together by the ASCII path of decodeUTF8.
+constexpr std::size_t kAsciiBlock = 32;
+
+bool blockIsAscii(const std::uint8_t* p) {
+    std::uint8_t any = 0;
+    for (std::size_t k = 0; k < kAsciiBlock; ++k) any |= p[k];
+    return (any & 0x80) == 0;
+}
+
+// Blocks of ASCII are widened directly, several times faster than ICU's
+// conversion; the rest goes through ICU in stretches that end before an ASCII
+// byte, which always begins a character, so the text and the failures are
+// those of converting the whole at once.
 std::optional<icu::UnicodeString> decodeUTF8(ByteView bytes) {
     icu::UnicodeString out;
-    const auto n = static_cast<int32_t>(bytes.size());
-    char16_t* buf = out.getBuffer(n);
+    const std::size_t n = bytes.size();
+    char16_t* buf = out.getBuffer(static_cast<int32_t>(n));
     if (!buf) return std::nullopt;
-    int32_t length = 0;
-    UErrorCode ec = U_ZERO_ERROR;
-    u_strFromUTF8(buf, n, &length, reinterpret_cast<const char*>(bytes.data()), n, &ec);
-    out.releaseBuffer(U_SUCCESS(ec) ? length : 0);
-    if (U_FAILURE(ec)) return std::nullopt;
+    const std::uint8_t* s = bytes.data();
+    std::size_t i = 0;
+    int32_t o = 0;
+    while (i < n) {
+        if (n - i >= kAsciiBlock && blockIsAscii(s + i)) {
+            for (std::size_t k = 0; k < kAsciiBlock; ++k) buf[o + static_cast<int32_t>(k)] = s[i + k];
+            i += kAsciiBlock;
+            o += static_cast<int32_t>(kAsciiBlock);
+            continue;
+        }
+        std::size_t end = std::min(n, i + kAsciiBlock);
+        while (end < n && s[end] >= 0x80) ++end;
+        int32_t length = 0;
+        UErrorCode ec = U_ZERO_ERROR;
+        u_strFromUTF8(buf + o, static_cast<int32_t>(n) - o, &length, reinterpret_cast<const char*>(s + i),
+                      static_cast<int32_t>(end - i), &ec);
+        if (U_FAILURE(ec)) {
+            out.releaseBuffer(0);
+            return std::nullopt;
+        }
+        o += length;
+        i = end;
+    }
+    out.releaseBuffer(o);
     return out;
 }
 
@@ -255,21 +287,8 @@ std::optional<icu::UnicodeString> decodeSingleByte(ByteView bytes, bool asciiOnl
     return out;
 }
 
-bool hasUnpairedSurrogate(const char16_t* s, int32_t n) {
-    for (int32_t i = 0; i < n; ++i) {
-        const char16_t c = s[i];
-        if (!U16_IS_SURROGATE(c)) continue;
-        if (U16_IS_SURROGATE_LEAD(c) && i + 1 < n && U16_IS_TRAIL(s[i + 1])) {
-            ++i;
-            continue;
-        }
-        return true;
-    }
-    return false;
-}
-
+// bytes holds an even number of bytes.
 std::optional<icu::UnicodeString> decodeUTF16(ByteView bytes, bool bigEndian) {
-    if (bytes.size() % 2 != 0) return std::nullopt;
     const auto units = static_cast<int32_t>(bytes.size() / 2);
     icu::UnicodeString out;
     char16_t* buf = out.getBuffer(units);
@@ -281,14 +300,31 @@ std::optional<icu::UnicodeString> decodeUTF16(ByteView bytes, bool bigEndian) {
         for (int32_t i = 0; i < units; ++i)
             buf[i] = static_cast<char16_t>(bytes[2 * i + hi] << 8 | bytes[2 * i + (1 - hi)]);
     }
-    const bool bad = hasUnpairedSurrogate(buf, units);
-    out.releaseBuffer(bad ? 0 : units);
-    if (bad) return std::nullopt;
+    // An unpaired surrogate is kept as the code unit it is, as the platform's decoder does.
+    out.releaseBuffer(units);
     return out;
 }
 
-// UTF16 and UTF32 take their byte order from a leading mark, little-endian without one.
+// Windows-1252 leaves five bytes undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D);
+// the converter maps them to the C1 controls of the same value, which no
+// defined byte gives. A strict decode fails on them; a lossy one substitutes.
+std::optional<icu::UnicodeString> withoutUndefinedWindows1252(icu::UnicodeString text, bool lossy) {
+    for (int32_t i = 0; i < text.length(); ++i) {
+        const char16_t c = text.charAt(i);
+        if (c != 0x81 && c != 0x8D && c != 0x8F && c != 0x90 && c != 0x9D) continue;
+        if (!lossy) return std::nullopt;
+        text.setCharAt(i, 0xFFFD);
+    }
+    return text;
+}
+
+// UTF16 and UTF32 take their byte order from a leading mark, little-endian
+// without one; UTF-8 drops a leading mark.
 std::pair<ByteView, Encoding> resolveMark(ByteView bytes, Encoding e) {
+    if (e == UTF8) {
+        if (bytes.size() >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) return {bytes.subspan(3), e};
+        return {bytes, e};
+    }
     if (e == UTF16) {
         if (bytes.size() >= 2 && bytes[0] == 0xFE && bytes[1] == 0xFF) return {bytes.subspan(2), UTF16BE};
         if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) return {bytes.subspan(2), UTF16LE};
@@ -311,17 +347,20 @@ std::optional<icu::UnicodeString> decodeImpl(ByteView bytes, Encoding encoding, 
     if (!info) return std::nullopt;
     if (body.empty()) return icu::UnicodeString();
     if (e == NeXTSTEP || e == Symbol) return decodeTable(body, e, lossy);
+    if ((e == UTF16LE || e == UTF16BE) && body.size() % 2 == 0) return decodeUTF16(body, e == UTF16BE);
     if (!lossy) {
         switch (e) {
             case UTF8: return decodeUTF8(body);
             case ASCII: return decodeSingleByte(body, true);
             case ISOLatin1: return decodeSingleByte(body, false);
-            case UTF16LE: return decodeUTF16(body, false);
-            case UTF16BE: return decodeUTF16(body, true);
+            case UTF16LE:
+            case UTF16BE: return std::nullopt;  // odd length
             default: break;
         }
     }
-    return decodeWithConverter(body, info->charset, lossy);
+    auto text = decodeWithConverter(body, info->charset, lossy);
+    if (text && e == Windows1252) return withoutUndefinedWindows1252(std::move(*text), lossy);
+    return text;
 }
 
 std::optional<Bytes> encodeSingleByte(const icu::UnicodeString& text, char16_t limit) {
@@ -417,13 +456,38 @@ struct Guess {
     int32_t score;
 };
 
+// The bytes the charset detector judges: for text without NUL bytes, its
+// lines that hold a byte of 0x80 or above, up to kDetectPrefixBytes of them;
+// otherwise the first kDetectPrefixBytes. ASCII lines say nothing about which
+// 8-bit charset a text is in, while the detector's work grows with every byte
+// it reads, and mail is mostly ASCII (headers, base64, markup). NUL bytes mark
+// UTF-16 or UTF-32 without a byte-order mark, whose units lines would cut.
+ByteView detectorSample(ByteView bytes, Bytes& sample) {
+    if (std::memchr(bytes.data(), 0, bytes.size())) return bytes.first(std::min(bytes.size(), kDetectPrefixBytes));
+    for (std::size_t start = 0; start < bytes.size() && sample.size() < kDetectPrefixBytes;) {
+        const void* lineFeed = std::memchr(bytes.data() + start, '\n', bytes.size() - start);
+        const std::size_t end =
+            lineFeed ? static_cast<std::size_t>(static_cast<const std::uint8_t*>(lineFeed) - bytes.data()) + 1
+                     : bytes.size();
+        std::uint8_t any = 0;
+        for (std::size_t i = start; i < end; ++i) any |= bytes[i];
+        if (any & 0x80) {
+            const std::size_t take = std::min(end, start + kDetectPrefixBytes - sample.size());
+            sample.insert(sample.end(), bytes.data() + start, bytes.data() + take);
+        }
+        start = end;
+    }
+    return sample;
+}
+
 std::vector<Guess> detectorGuesses(ByteView bytes, std::span<const Encoding> suggested) {
     std::vector<Guess> guesses;
     UErrorCode ec = U_ZERO_ERROR;
     std::unique_ptr<UCharsetDetector, DetectorCloser> det(ucsdet_open(&ec));
     if (U_FAILURE(ec)) return guesses;
-    const std::size_t n = std::min(bytes.size(), kDetectPrefixBytes);
-    ucsdet_setText(det.get(), reinterpret_cast<const char*>(bytes.data()), static_cast<int32_t>(n), &ec);
+    Bytes storage;
+    const ByteView sample = detectorSample(bytes, storage);
+    ucsdet_setText(det.get(), reinterpret_cast<const char*>(sample.data()), static_cast<int32_t>(sample.size()), &ec);
     int32_t count = 0;
     const UCharsetMatch** matches = ucsdet_detectAll(det.get(), &count, &ec);
     if (U_FAILURE(ec) || !matches) return guesses;

@@ -10,7 +10,7 @@
 // Encoding numbers are the platform's: small numbers for the built-in
 // encodings, 0x80000000 | code for the extended ones. Decoders are strict: a
 // byte sequence that is invalid or unmapped in the encoding makes the whole
-// decode fail. Nothing here throws; every function is safe to call from any
+// decode fail (see decode for the platform's exceptions). Nothing here throws; every function is safe to call from any
 // thread.
 #pragma once
 
@@ -80,8 +80,11 @@ inline constexpr Encoding KOI8U = 0x80000A08;
 }  // namespace encodings
 
 // The text of bytes in an encoding, or nullopt when a byte sequence is invalid
-// or unmapped in it, or the encoding is unknown. Byte-order marks are kept as
-// U+FEFF except for UTF16 and UTF32, which consume them.
+// or unmapped in it, or the encoding is unknown. As the platform's decoders:
+// UTF-16 keeps an unpaired surrogate as the code unit it is (only an odd byte
+// count fails); Windows-1252 fails on its five undefined bytes (0x81, 0x8D,
+// 0x8F, 0x90, 0x9D); UTF-8 drops a leading byte-order mark. UTF16 and UTF32
+// consume their mark; the other encodings keep it as U+FEFF.
 std::optional<icu::UnicodeString> decode(ByteView bytes, Encoding encoding);
 
 // The bytes of a string in an encoding, or nullopt when a character cannot be
@@ -110,7 +113,10 @@ struct DetectedText {
 // Guesses the encoding of bytes and converts them. A byte-order mark or valid
 // UTF-8 decide at once; otherwise the charset detector's guesses are tried
 // best first (a suggested encoding wins ties, others must be confident), then
-// the suggested encodings in order, then the best guess with lossy conversion. With suggestedOnly only the suggested encodings are considered.
+// the suggested encodings in order, then the best guess with lossy conversion.
+// The detector judges the lines that hold bytes of 0x80 and above (64 KB of
+// them at most), or the first 64 KB of data with NUL bytes. With
+// suggestedOnly only the suggested encodings are considered.
 // nullopt for empty input or when nothing fits.
 std::optional<DetectedText> detectEncoding(ByteView bytes, std::span<const Encoding> suggested,
                                            bool suggestedOnly = false);

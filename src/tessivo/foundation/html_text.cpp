@@ -1,10 +1,10 @@
 #include "tessivo/foundation/html_text.h"
 
 #include "tessivo/foundation/html_layout.h"
+#include "tessivo/foundation/text.h"
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -29,26 +29,6 @@ constexpr std::array<bool, 256> makeStops(bool keepSpace) {
 }
 constexpr auto kTextStops = makeStops(false);
 constexpr auto kPreStops = makeStops(true);
-
-bool isValidUtf8(std::string_view s) {
-    const auto* p = reinterpret_cast<const std::uint8_t*>(s.data());
-    const std::int32_t length = static_cast<std::int32_t>(s.size());
-    std::int32_t i = 0;
-    while (i < length) {
-        // Skip ASCII eight bytes at a time.
-        while (i + 8 <= length) {
-            std::uint64_t word;
-            std::memcpy(&word, p + i, 8);
-            if (word & 0x8080808080808080ULL) break;
-            i += 8;
-        }
-        if (i >= length) break;
-        UChar32 c;
-        U8_NEXT(p, i, length, c);
-        if (c < 0) return false;
-    }
-    return true;
-}
 
 struct NamedReference {
     std::string_view name;
@@ -762,12 +742,16 @@ private:
 
 std::optional<icu::UnicodeString> htmlToPlainText(std::string_view utf8, const HtmlTextOptions& options) {
     // The text must fit a UTF-16 string: 2^31 - 1 units.
-    if (utf8.size() > static_cast<std::size_t>(INT32_MAX) || !isValidUtf8(utf8)) return std::nullopt;
-    const bool treeAffordable = utf8.size() <= kHtmlMaxTreeBytes;
+    if (!isValidUtf8(utf8)) return std::nullopt;
+    const bool treeAffordable = options.trailingNuls <= kHtmlMaxTreeBytes && utf8.size() <= kHtmlMaxTreeBytes - options.trailingNuls;
+    // The one pass drops NULs wherever they stand, so trailing ones change nothing there.
     Renderer renderer(utf8, options);
     std::string text = std::move(renderer.run());
-    if ((renderer.needsTree() || options.buildTree) && treeAffordable && !renderer.tooDeep())
-        text = html::layOutTree(utf8, options);
+    if ((renderer.needsTree() || options.buildTree) && treeAffordable && !renderer.tooDeep()) {
+        std::string whole(utf8);
+        whole.append(options.trailingNuls, '\0');
+        text = html::layOutTree(whole, options);
+    }
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
 }
 

@@ -44,6 +44,9 @@ inline constexpr std::size_t kHtmlMaxTreeBytes = 4 << 20;
 struct HtmlTextOptions {
     bool imageAltText = false;  // write the alt text of <img> where the image stands
     bool buildTree = false;     // lay out gumbo's tree even where one pass would do (within the bounds)
+    // NUL bytes that follow the document, counted rather than stored (the
+    // zeros of a cut file): dropped as every NUL is, but part of its size.
+    std::size_t trailingNuls = 0;
 };
 
 // The text of an HTML document given as UTF-8 bytes. Nothing when the bytes

@@ -1,10 +1,13 @@
 #include "tessivo/foundation/text.h"
 
+#include <climits>
+#include <cstring>
 #include <string>
 
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/value.h"
@@ -22,6 +25,12 @@ icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
     const char16_t* src = s.getBuffer();
     int32_t i = 0;
     while (i < n) {
+        // ASCII, the common case, folds A-Z to a-z and nothing else.
+        if (src[i] < 0x80) {
+            buf[i] = src[i] >= u'A' && src[i] <= u'Z' ? static_cast<char16_t>(src[i] + 0x20) : src[i];
+            ++i;
+            continue;
+        }
         const int32_t start = i;
         UChar32 c;
         U16_NEXT(src, i, n, c);
@@ -90,13 +99,16 @@ icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::Unicode
     return out;
 }
 
-std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator) {
+std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator,
+                                      CaseSensitivity cs) {
     std::vector<icu::UnicodeString> out;
     if (separator.isEmpty()) return {text};
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldSameLength(separator);
     int32_t pos = 0;
-    for (int32_t at = text.indexOf(separator, 0); at >= 0; at = text.indexOf(separator, pos)) {
+    for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
         out.emplace_back(text, pos, at - pos);
-        pos = at + separator.length();
+        pos = at + needle.length();
     }
     out.emplace_back(text, pos, text.length() - pos);
     return out;
@@ -208,6 +220,27 @@ icu::UnicodeString toUpper(const icu::UnicodeString& text) {
 icu::UnicodeString toLower(const icu::UnicodeString& text) {
     icu::UnicodeString out(text);
     return out.toLower(icu::Locale::getRoot());
+}
+
+bool isValidUtf8(std::string_view s) {
+    if (s.size() > static_cast<std::size_t>(INT32_MAX)) return false;
+    const auto* p = reinterpret_cast<const std::uint8_t*>(s.data());
+    const std::int32_t length = static_cast<std::int32_t>(s.size());
+    std::int32_t i = 0;
+    while (i < length) {
+        // Skip ASCII eight bytes at a time.
+        while (i + 8 <= length) {
+            std::uint64_t word;
+            std::memcpy(&word, p + i, 8);
+            if (word & 0x8080808080808080ULL) break;
+            i += 8;
+        }
+        if (i >= length) break;
+        UChar32 c;
+        U8_NEXT(p, i, length, c);
+        if (c < 0) return false;
+    }
+    return true;
 }
 
 }  // namespace tessivo

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include <unicode/uniset.h>
@@ -38,7 +39,8 @@ icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::Unicode
 
 // Pieces between occurrences of separator, empty pieces kept (an empty text
 // gives one empty piece). An empty separator gives the text itself.
-std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator);
+std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu::UnicodeString& separator,
+                                      CaseSensitivity cs = CaseSensitive);
 // Pieces between characters of the set, empty pieces kept.
 std::vector<icu::UnicodeString> splitBySet(const icu::UnicodeString& text, const icu::UnicodeSet& separators);
 icu::UnicodeString join(const std::vector<icu::UnicodeString>& pieces, const icu::UnicodeString& separator);
@@ -64,6 +66,10 @@ icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::U
 // Decodes %XX escapes (either hex case) as UTF-8 bytes. nullopt when a "%"
 // is not followed by two hex digits or the bytes are not valid UTF-8.
 std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text);
+
+// True when the bytes are well-formed UTF-8 (no overlong forms, surrogates
+// or code points above U+10FFFF). Texts over 2 GiB count as invalid.
+bool isValidUtf8(std::string_view bytes);
 
 // Upper and lower case with the root locale's rules.
 icu::UnicodeString toUpper(const icu::UnicodeString& text);

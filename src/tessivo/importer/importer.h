@@ -8,6 +8,7 @@
 // text); the first non-empty text wins and is stored exactly as decoded.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <unicode/unistr.h>
@@ -44,10 +45,23 @@ struct Result {
     Outcome outcome = Outcome::Unreadable;
     icu::UnicodeString text;
     std::string reason;  // for NotMessage and Unreadable: "cannot open: No such file or directory", ...
+    // NUL characters that end the body's text but are not in text: what the
+    // zeros of sectors past the end of a cut file decode to in a plain-text
+    // body, counted so that they need no memory. Callers that drop trailing
+    // NULs (the command line, the hosts) ignore them.
+    std::uint64_t trailingNuls = 0;
+
+    // text followed by its trailing NULs: the text importFile stores.
+    icu::UnicodeString wholeText() const;
 };
 
 // The same selection as importFile for the file at path, reporting why nothing was found.
+// The file is read whole into memory (never mapped), so a file that changes
+// while it is read gives what it held, never a crash.
 Result extractText(const std::string& path);
+// The same, reading the file into contents (whose capacity a caller that
+// reads many files keeps from one file to the next).
+Result extractText(const std::string& path, Bytes& contents);
 
 // The body text of a message held in memory (the file's whole bytes).
 Result extractText(ByteView fileBytes);

@@ -22,7 +22,8 @@ std::optional<icu::UnicodeString> rtfBodyText(ByteView streamBytes);
 
 // HTML bytes decoded strictly as UTF-8 (no other character set is tried)
 // and rendered as text; nothing for empty or non-UTF-8 bytes or HTML
-// without text.
-std::optional<icu::UnicodeString> htmlBodyText(ByteView streamBytes);
+// without text. zeroTail zero bytes that follow the stream's bytes are
+// counted rather than stored.
+std::optional<icu::UnicodeString> htmlBodyText(ByteView streamBytes, std::uint64_t zeroTail = 0);
 
 }  // namespace tessivo::importer

@@ -9,21 +9,19 @@
 namespace tessivo {
 namespace {
 
-std::vector<icu::UnicodeString> trimmedPieces(const std::vector<icu::UnicodeString>& raw) {
-    std::vector<icu::UnicodeString> pieces;
-    for (const icu::UnicodeString& piece : raw) {
-        icu::UnicodeString t = trim(piece, whitespaceAndNewlineSet());
-        if (!t.isEmpty()) pieces.push_back(std::move(t));
-    }
-    return pieces;
+// Adds a piece, trimmed, unless it is empty or the list is full.
+void addPiece(std::vector<icu::UnicodeString>& pieces, const icu::UnicodeString& piece) {
+    if (pieces.size() >= kMaxAddresses) return;
+    icu::UnicodeString t = trim(piece, whitespaceAndNewlineSet());
+    if (!t.isEmpty()) pieces.push_back(std::move(t));
 }
 
 // Pieces between commas that stand outside double quotes.
 std::vector<icu::UnicodeString> splitOutsideQuotes(const icu::UnicodeString& value) {
-    std::vector<icu::UnicodeString> raw;
+    std::vector<icu::UnicodeString> pieces;
     icu::UnicodeString current;
     bool quoted = false;
-    for (std::int32_t i = 0; i < value.length(); ++i) {
+    for (std::int32_t i = 0; i < value.length() && pieces.size() < kMaxAddresses; ++i) {
         const char16_t c = value[i];
         if (c == u'\\' && i + 1 < value.length()) {
             current.append(c).append(value[++i]);
@@ -31,14 +29,27 @@ std::vector<icu::UnicodeString> splitOutsideQuotes(const icu::UnicodeString& val
             quoted = !quoted;
             current.append(c);
         } else if (c == u',' && !quoted) {
-            raw.push_back(current);
+            addPiece(pieces, current);
             current.remove();
         } else {
             current.append(c);
         }
     }
-    raw.push_back(current);
-    return trimmedPieces(raw);
+    addPiece(pieces, current);
+    return pieces;
+}
+
+// Pieces between all commas.
+std::vector<icu::UnicodeString> splitAtCommas(const icu::UnicodeString& value) {
+    std::vector<icu::UnicodeString> pieces;
+    std::int32_t start = 0;
+    for (std::int32_t at = value.indexOf(u','); at >= 0 && pieces.size() < kMaxAddresses;
+         at = value.indexOf(u',', start)) {
+        addPiece(pieces, value.tempSubString(start, at - start));
+        start = at + 1;
+    }
+    addPiece(pieces, value.tempSubString(start));
+    return pieces;
 }
 
 // A display name without its surrounding quotes and backslash escapes, its
@@ -72,7 +83,7 @@ Array processEmailAddresses(const std::optional<icu::UnicodeString>& value) {
 
     std::vector<icu::UnicodeString> pieces;
     if (text.length() <= kMaxQuotedSplitLength) pieces = splitOutsideQuotes(text);
-    if (pieces.empty()) pieces = trimmedPieces(split(text, u","));
+    if (pieces.empty()) pieces = splitAtCommas(text);
     list.reserve(pieces.size());
     for (const icu::UnicodeString& piece : pieces) list.emplace_back(createEmailDictionary(piece));
     return list;

@@ -10,6 +10,8 @@
 // Encoded words in display names are decoded. Nothing here throws.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 
 #include <unicode/unistr.h>
@@ -23,10 +25,14 @@ namespace tessivo {
 // is split at commas outside double quotes (a backslash escapes the next
 // character), pieces trimmed, empty pieces skipped. When that yields nothing,
 // and for values over kMaxQuotedSplitLength units, it splits at every comma.
+// At most kMaxAddresses addresses.
 Array processEmailAddresses(const std::optional<icu::UnicodeString>& value);
 
 // Values longer than this are split at every comma, without quote tracking.
 inline constexpr std::int32_t kMaxQuotedSplitLength = 50000;
+// A value gives at most this many addresses; the rest of a longer list is
+// not read (each address dictionary costs far more memory than its text).
+inline constexpr std::size_t kMaxAddresses = 10000;
 
 // One address piece: `Name <address>` (quotes and backslash escapes removed
 // from the name), `address (Name)`, a bare address (containing "@"), or else

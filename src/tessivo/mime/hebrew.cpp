@@ -17,20 +17,6 @@ std::vector<std::uint8_t> hebrewCodes() {
     return codes;
 }
 
-// Pieces between occurrences of separator, found in any case; empty pieces kept.
-std::vector<icu::UnicodeString> splitCaseInsensitive(const icu::UnicodeString& text,
-                                                     const icu::UnicodeString& separator) {
-    std::vector<icu::UnicodeString> pieces;
-    std::int32_t start = 0;
-    for (std::int32_t at = indexOf(text, separator, 0, CaseInsensitive); at >= 0;
-         at = indexOf(text, separator, start, CaseInsensitive)) {
-        pieces.emplace_back(text, start, at - start);
-        start = at + separator.length();
-    }
-    pieces.emplace_back(text, start);
-    return pieces;
-}
-
 }  // namespace
 
 icu::UnicodeString decodeCP1255FromMimeEncodedString(const icu::UnicodeString& text) {
@@ -51,7 +37,7 @@ icu::UnicodeString decodeCP1255FromMimeEncodedString(const icu::UnicodeString& t
 icu::UnicodeString decodeCP1255B(const icu::UnicodeString& text) {
     static const icu::UnicodeString kWordStart(u"=?windows-1255?B?");
     icu::UnicodeString out;
-    for (const icu::UnicodeString& piece : splitCaseInsensitive(text, kWordStart)) {
+    for (const icu::UnicodeString& piece : split(text, kWordStart, CaseInsensitive)) {
         const std::int32_t end = piece.indexOf(u"?=");
         if (end < 0) {
             out.append(piece);

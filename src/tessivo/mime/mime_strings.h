@@ -38,8 +38,11 @@ icu::UnicodeString decodeMimeHeader(const icu::UnicodeString& value);
 // encoding, forceQuotedPrintableDecode of the escaped text is the result.
 std::optional<icu::UnicodeString> quotedPrintableDecodeWithEncoding(const icu::UnicodeString& text, Encoding encoding);
 
-// Decodes "%XX" escapes with the first available encoding that accepts the
-// bytes; the text unchanged when none does.
+// Decodes "%XX" escapes (read as decodedStringFromPercentEscapesUsingEncoding
+// reads them) with the first encoding that accepts the bytes, in this order:
+// UTF-8, Windows Latin 1 (Windows-1252), ISO Latin 1. ISO Latin 1 accepts
+// every byte, so the other available encodings are never needed; the text
+// comes back unchanged only when it is too large to decode at all.
 icu::UnicodeString forceQuotedPrintableDecode(const icu::UnicodeString& text);
 
 // Replaces each "%" followed by two characters by the byte they give as hex

@@ -5,7 +5,6 @@
 #include "tessivo/foundation/text.h"
 #include "tessivo/mime/base64.h"
 #include "tessivo/mime/mime_strings.h"
-#include "tessivo/toolkit/string_wangers.h"
 
 namespace tessivo::WindowsCodePageWangersNSStringAdditions {
 namespace {
@@ -36,10 +35,9 @@ std::optional<icu::UnicodeString> decodeBytes(const Bytes& bytes, Encoding encod
     return decode(bytes, encoding);
 }
 
-}  // namespace
-
-std::optional<icu::UnicodeString> decodedStringFromPercentEscapesUsingEncoding(const icu::UnicodeString& text,
-                                                                               Encoding encoding) {
+// The bytes of the text's UTF-8 form with each "%" and the two characters
+// after it replaced by the byte they give as hex.
+Bytes percentDecodedBytes(const icu::UnicodeString& text) {
     const std::string utf8 = toUtf8(text);
     Bytes bytes;
     bytes.reserve(utf8.size());
@@ -54,13 +52,23 @@ std::optional<icu::UnicodeString> decodedStringFromPercentEscapesUsingEncoding(c
             ++i;
         }
     }
-    return decodeBytes(bytes, encoding);
+    return bytes;
+}
+
+// The encodings a forced decode tries, most plausible for mail first.
+constexpr Encoding kForcedDecodeOrder[] = {encodings::UTF8, encodings::Windows1252, encodings::ISOLatin1};
+
+}  // namespace
+
+std::optional<icu::UnicodeString> decodedStringFromPercentEscapesUsingEncoding(const icu::UnicodeString& text,
+                                                                               Encoding encoding) {
+    return decodeBytes(percentDecodedBytes(text), encoding);
 }
 
 icu::UnicodeString forceQuotedPrintableDecode(const icu::UnicodeString& text) {
-    for (const auto& [name, number] : StringWangers::getStringEncodingsForText()) {
-        if (auto decoded = decodedStringFromPercentEscapesUsingEncoding(text, number.toUInt64())) return *decoded;
-    }
+    const Bytes bytes = percentDecodedBytes(text);
+    for (Encoding encoding : kForcedDecodeOrder)
+        if (auto decoded = decodeBytes(bytes, encoding)) return std::move(*decoded);
     return text;
 }
 

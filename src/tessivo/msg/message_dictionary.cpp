@@ -94,8 +94,8 @@ std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode)
             return std::nullopt;
         }
         ReadMSG reader(std::move(*mole));
-        const Dictionary entries = reader.reader_->getOLEDictionary();
-        reader.mailContent_ = reader.buildDictionaryForMessage(entries);
+        Dictionary entries = reader.reader_->getOLEDictionary();
+        reader.mailContent_ = reader.build(entries, &entries);
         return reader;
     } catch (const std::exception& e) {
         log("Exception in initWithData: %s - %s", exceptionName(e).c_str(), e.what());
@@ -103,8 +103,11 @@ std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode)
     }
 }
 
-Dictionary ReadMSG::returnFullDictionary() const {
-    Dictionary message = mailContent_;
+Dictionary ReadMSG::returnFullDictionary() const& { return withTranscribedBody(mailContent_); }
+
+Dictionary ReadMSG::returnFullDictionary() && { return withTranscribedBody(std::move(mailContent_)); }
+
+Dictionary ReadMSG::withTranscribedBody(Dictionary message) const {
     if (transcribedBody_) message.set(u"Body", Value(*transcribedBody_));
     return message;
 }
@@ -125,7 +128,9 @@ std::optional<Dictionary> ReadMSG::buildDictionaryForMessage(const Value* rawMes
     return buildDictionaryForMessage(*entries);
 }
 
-Dictionary ReadMSG::buildDictionaryForMessage(const Dictionary& entries) {
+Dictionary ReadMSG::buildDictionaryForMessage(const Dictionary& entries) { return build(entries, nullptr); }
+
+Dictionary ReadMSG::build(const Dictionary& entries, Dictionary* owned) {
     Dictionary message = buildHeaderForMessage(entries);
     message.set(u"To", Value(getRecipientsForMessage(entries)));
     const bool appointment = addMessageType(message, entries);
@@ -135,13 +140,13 @@ Dictionary ReadMSG::buildDictionaryForMessage(const Dictionary& entries) {
     addBodies(message, entries);
     message.set(u"Header", Value(fullHeader_));
     addDates(message, entries);
-    addVoiceNote(message, entries);
+    addVoiceNote(message, entries, owned);
     addSender(message, entries);
     addHTMLFromOtherBodies(message);
 
     const Value* type = message.get(u"MessageType");
     if (type && type->string() && (*type->string() == u"Email" || *type->string() == u"Calendar")) {
-        Array attachments = getAttachmentsForMessage(entries);
+        Array attachments = attachmentsOf(entries, owned);
         if (!attachments.empty()) message.set(u"AttachmentList", Value(std::move(attachments)));
     }
     if (appointment) enrichCalendarData(message);
@@ -200,11 +205,11 @@ void ReadMSG::addDates(Dictionary& message, const Dictionary& entries) {
     }
 }
 
-void ReadMSG::addVoiceNote(Dictionary& message, const Dictionary& entries) {
+void ReadMSG::addVoiceNote(Dictionary& message, const Dictionary& entries, Dictionary* owned) {
     if (message.contains(u"Body")) return;
     icu::UnicodeString text = decodeElement(kVoiceNoteText, kTypeString8, &entries);
     if (text.isEmpty()) return;
-    Array notes = retrieveVoiceNotesForMessage(entries);
+    Array notes = voiceNotesOf(entries, owned);
     if (!notes.empty()) {
         message.set(u"AttachmentList", Value(std::move(notes)));
         message.set(u"MessageType", Value(u"VoiceNote"));

@@ -68,8 +68,11 @@ public:
     // code (0 when the document opened).
     static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode = nullptr);
 
-    // The message dictionary; with a transcribed body, a copy whose "Body" is it.
-    Dictionary returnFullDictionary() const;
+    // The message dictionary; with a transcribed body, a copy whose "Body" is
+    // it. From a reader that is done with (std::move(reader).returnFullDictionary())
+    // the dictionary is moved out instead of copied.
+    Dictionary returnFullDictionary() const&;
+    Dictionary returnFullDictionary() &&;
     // The value under key, or nullptr when missing or null; borrowed from the reader.
     const Value* getContent(const icu::UnicodeString& key) const;
     // Does nothing: all readers of the library answer it.
@@ -206,14 +209,23 @@ public:
 private:
     explicit ReadMSG(Mole reader) : reader_(std::move(reader)) {}
 
+    Dictionary withTranscribedBody(Dictionary message) const;
+
+    // The build reads entries; when owned is entries itself, the reader
+    // owns them and moves attachment and voice-note data out of them
+    // instead of copying (the same results, without a second copy of the
+    // largest streams).
+    Dictionary build(const Dictionary& entries, Dictionary* owned);
     // Message class, type-specific fields and "MessageType"; true for an appointment.
     bool addMessageType(Dictionary& message, const Dictionary& entries);
     static void addBodies(Dictionary& message, const Dictionary& entries);
     static void addDates(Dictionary& message, const Dictionary& entries);
-    static void addVoiceNote(Dictionary& message, const Dictionary& entries);
+    static void addVoiceNote(Dictionary& message, const Dictionary& entries, Dictionary* owned);
     static void addSender(Dictionary& message, const Dictionary& entries);
     static void addHTMLFromOtherBodies(Dictionary& message);
-    Dictionary attachmentFor(const Value& storage, std::int64_t index);
+    Array attachmentsOf(const Dictionary& entries, Dictionary* owned);
+    static Array voiceNotesOf(const Dictionary& entries, Dictionary* owned);
+    Dictionary attachmentFor(const Value& storage, std::int64_t index, Dictionary* owned);
 
     Dictionary mailContent_;
     icu::UnicodeString fullHeader_;

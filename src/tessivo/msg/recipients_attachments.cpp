@@ -26,19 +26,31 @@ const icu::UnicodeString kPrefix(kSubstgPrefix);
 
 // The root's storages whose names begin with prefix in any case, in the root's order.
 std::vector<const Dictionary::Entry*> storagesOfKind(const Dictionary& root, const char16_t* prefix) {
+    const icu::UnicodeString start(prefix);
     std::vector<const Dictionary::Entry*> storages;
     for (const auto& entry : root)
-        if (hasPrefix(entry.first, prefix, CaseInsensitive)) storages.push_back(&entry);
+        if (entry.first.length() >= start.length() &&
+            entry.first.caseCompare(0, start.length(), start, U_FOLD_CASE_DEFAULT) == 0)
+            storages.push_back(&entry);
     return storages;
 }
 
 icu::UnicodeString unnamedName() { return StringWangers::localizedStringFor(u"unnamedName", u"messages"); }
 
 // "size", "sizeString" and "data" of an attachment's bytes.
-void setData(Dictionary& attachment, const Bytes& bytes) {
+void setData(Dictionary& attachment, Bytes bytes) {
     attachment.set(u"size", Value(std::uint64_t{bytes.size()}));
     attachment.set(u"sizeString", Value(BitWangers::formatSize(bytes.size())));
-    attachment.set(u"data", Value(bytes));
+    attachment.set(u"data", Value(std::move(bytes)));
+}
+
+// The bytes of binary property id found in a storage: moved out when owned
+// is that storage's own dictionary, copied otherwise.
+Bytes keep(const Bytes& bytes, Dictionary* owned, std::uint32_t id) {
+    if (owned)
+        if (Value* value = owned->get(kPrefix + ReadMSG::getHexFromElement(id, kTypeBinary)))
+            if (Bytes* mine = value->as<Bytes>(); mine == &bytes) return std::move(*mine);
+    return bytes;
 }
 
 // The address of a recipient: the first of its address properties that is
@@ -96,16 +108,22 @@ std::vector<icu::UnicodeString> ReadMSG::attachmentStorageNames(const Dictionary
 }
 
 Array ReadMSG::getAttachmentsForMessage(const Dictionary& rawMessageEntries) {
+    return attachmentsOf(rawMessageEntries, nullptr);
+}
+
+Array ReadMSG::attachmentsOf(const Dictionary& entries, Dictionary* owned) {
     Array attachments;
     std::int64_t index = 0;
-    for (const auto* storage : storagesOfKind(rawMessageEntries, kAttachmentStoragePrefix)) {
-        Dictionary attachment = attachmentFor(storage->second, index++);
+    for (const auto* storage : storagesOfKind(entries, kAttachmentStoragePrefix)) {
+        Value* ownedStorage = owned ? owned->get(storage->first) : nullptr;
+        Dictionary attachment =
+            attachmentFor(storage->second, index++, ownedStorage ? ownedStorage->as<Dictionary>() : nullptr);
         if (attachment.contains(u"name")) attachments.push_back(Value(std::move(attachment)));
     }
     return attachments;
 }
 
-Dictionary ReadMSG::attachmentFor(const Value& storage, std::int64_t index) {
+Dictionary ReadMSG::attachmentFor(const Value& storage, std::int64_t index, Dictionary* owned) {
     const Dictionary* entry = storage.dictionary();
     const std::uint32_t method = extractAttachMethodFromPropertyStream(trimmedPropertyStreamFromEntry(entry));
     icu::UnicodeString name = resolveAttachmentNameFromEntry(entry, kPrefix, index);
@@ -127,28 +145,32 @@ Dictionary ReadMSG::attachmentFor(const Value& storage, std::int64_t index) {
     if (method != kAttachEmbeddedMessage) {
         const Bytes* bytes = getDataFromRoot(kPrefix, kAttachData, kTypeBinary, entry);
         if (!bytes) return attachment;
-        setData(attachment, *bytes);
         // An unnamed attachment that holds a MIME message is named as one.
         if (name == unnamedName()) {
             const auto text = data::getStringWithEncoding(*bytes, encodings::UTF8);
             if (text && contains(*text, u"MIME-Version: 1.0")) attachment.set(u"name", Value(name + u".eml"));
         }
+        setData(attachment, keep(*bytes, owned, kAttachData));
         return attachment;
     }
     const Value* embedded = entry ? entry->get(kPrefix + getHexFromElement(kAttachData, kTypeObject)) : nullptr;
     if (auto bytes = handleEmbeddedMessageAttachment(embedded, name, name)) {
-        setData(attachment, *bytes);
+        setData(attachment, std::move(*bytes));
         attachment.set(u"name", Value(ensureMsgExtensionForName(name, name)));
     }
     return attachment;
 }
 
 Array ReadMSG::retrieveVoiceNotesForMessage(const Dictionary& rawMessageEntries) {
-    const Bytes* bytes = getDataFromRoot(kPrefix, kVoiceNoteData, kTypeBinary, &rawMessageEntries);
+    return voiceNotesOf(rawMessageEntries, nullptr);
+}
+
+Array ReadMSG::voiceNotesOf(const Dictionary& entries, Dictionary* owned) {
+    const Bytes* bytes = getDataFromRoot(kPrefix, kVoiceNoteData, kTypeBinary, &entries);
     if (!bytes) return {};
     Dictionary note;
     note.set(u"name", Value(u"Windows CE VoiceNote.wav"));
-    setData(note, *bytes);
+    setData(note, keep(*bytes, owned, kVoiceNoteData));
     note.set(u"mimeType", Value(u"audio/wav"));
     return Array{Value(std::move(note))};
 }

@@ -1,7 +1,10 @@
 #include "tessivo/toolkit/date_strings.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include <unicode/uchar.h>
 
@@ -12,6 +15,9 @@
 
 namespace tessivo {
 namespace {
+
+// Formatters convertDateToStringWithFormat keeps per thread.
+constexpr std::size_t kCachedFormatters = 8;
 
 // Leading white space, an optional sign and decimal digits; 0 when there are
 // none, saturated on overflow (as a string's integer value reads).
@@ -52,9 +58,17 @@ std::optional<Date> convertStringToDate(const std::optional<icu::UnicodeString>&
 }
 
 std::optional<icu::UnicodeString> convertDateToStringWithFormat(Date date, const icu::UnicodeString& pattern) {
-    const std::optional<DateFormatter> formatter = DateFormatter::withPattern(pattern);
-    if (!formatter) return std::nullopt;
-    return formatter->format(date);
+    // Making a formatter costs far more than formatting with one: each thread
+    // keeps the few it made last, by pattern. They use the process time zone,
+    // which ICU reads once anyway.
+    thread_local std::vector<std::pair<icu::UnicodeString, std::optional<DateFormatter>>> formatters;
+    auto cached = std::find_if(formatters.begin(), formatters.end(), [&](const auto& f) { return f.first == pattern; });
+    if (cached == formatters.end()) {
+        if (formatters.size() == kCachedFormatters) formatters.clear();
+        cached = formatters.emplace(formatters.end(), pattern, DateFormatter::withPattern(pattern));
+    }
+    if (!cached->second) return std::nullopt;
+    return cached->second->format(date);
 }
 
 std::optional<icu::UnicodeString> create24HourStringFrom12HourString(const icu::UnicodeString& text) {

@@ -1,6 +1,5 @@
 #include "tessivo/toolkit/string_wangers.h"
 
-#include <cstring>
 #include <unordered_set>
 #include <utility>
 
@@ -72,7 +71,7 @@ bool StringWangers::isValidDecodedString(const icu::UnicodeString& text) {
 
 icu::UnicodeString StringWangers::stringFromCString(const char* text) {
     if (!text) return {};
-    const ByteView bytes(reinterpret_cast<const std::uint8_t*>(text), std::strlen(text));
+    const ByteView bytes = asBytes(text);
     for (Encoding e : kCStringEncodings)
         if (auto s = decode(bytes, e)) return std::move(*s);
     return {};

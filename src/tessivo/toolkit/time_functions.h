@@ -14,11 +14,10 @@
 #include <ctime>
 #include <string>
 
+#include "tessivo/foundation/file_time.h"
+
 namespace tessivo {
 
-inline constexpr std::uint64_t kTicksPerSecond = 10000000;
-inline constexpr std::uint64_t kWindowsEpochTicks = 116444736000000000ULL;  // 1601-01-01 to 1970-01-01
-inline constexpr std::int64_t kWindowsEpochSeconds = 11644473600LL;
 inline constexpr std::uint64_t kVMSEpochTicks = 35067168000000000ULL;       // 1858-11-17 to 1970-01-01
 inline constexpr std::int64_t kOLEEpochSeconds = 2209161600LL;              // 1899-12-30 to 1970-01-01
 inline constexpr std::int64_t kHFSEpochSeconds = 2082844800LL;              // 1904-01-01 to 1970-01-01

@@ -56,7 +56,7 @@ std::int64_t TimeWangers::getUnixTimeFromVMSTime(std::uint64_t ticks) {
 }
 
 std::int64_t TimeWangers::getUnixTimeFromWindowsTime(std::uint64_t ticks) {
-    return static_cast<std::int64_t>(ticks) / static_cast<std::int64_t>(kTicksPerSecond) - kWindowsEpochSeconds;
+    return unixTimeFromFileTime(ticks);
 }
 
 std::uint64_t TimeWangers::getWindowsTimeFromUnixTime(std::int64_t seconds) { return timeunixtowindows(seconds); }

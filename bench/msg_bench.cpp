@@ -1,0 +1,52 @@
+// The full message dictionary over the corpus, in process: each iteration
+// reads every .msg file and builds its dictionary with ReadMSG, as `tessivo
+// dump` does; and the five-key summary the same way. Files are read into one
+// reused buffer, as the peers in compare_peers.sh read each file whole on
+// each pass. Rates are over wall-clock time, like theirs.
+#include <benchmark/benchmark.h>
+
+#include <fstream>
+
+#include "bench_corpus.h"
+#include "tessivo/foundation/log.h"
+#include "tessivo/msg/read_msg.h"
+
+namespace {
+
+template <class Read> void overCorpus(benchmark::State& state, Read read) {
+    tessivo::silenceLog();
+    const auto files = tessivo::bench::corpusMessages();
+    if (files.empty()) {
+        state.SkipWithError("no corpus at " TESSIVO_CORPUS_DIR);
+        return;
+    }
+    tessivo::Bytes buffer;
+    for (auto _ : state) {
+        for (const auto& f : files) {
+            std::ifstream in(f.path, std::ios::binary);
+            buffer.resize(f.size);
+            in.read(reinterpret_cast<char*>(buffer.data()), static_cast<std::streamsize>(buffer.size()));
+            read(tessivo::ByteView(buffer.data(), static_cast<std::size_t>(in.gcount())));
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * tessivo::bench::totalBytes(files));
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(files.size()));
+    state.counters["messages"] = static_cast<double>(files.size());
+}
+
+void BM_FullDictionaryCorpus(benchmark::State& state) {
+    overCorpus(state, [](tessivo::ByteView bytes) {
+        if (auto reader = tessivo::ReadMSG::initWithData(bytes))
+            benchmark::DoNotOptimize(std::move(*reader).returnFullDictionary());
+    });
+}
+BENCHMARK(BM_FullDictionaryCorpus)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_SummaryCorpus(benchmark::State& state) {
+    overCorpus(state, [](tessivo::ByteView bytes) { benchmark::DoNotOptimize(tessivo::ReadMSG::getSummaryForMessage(bytes)); });
+}
+BENCHMARK(BM_SummaryCorpus)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
