@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs the peer readers the comparison benchmarks run: npm packages into
-# bench/node_modules, and (as root) Apache POI and hyperfine from Debian.
+# bench/node_modules, and (as root) Apache POI, hyperfine and tnef from Debian.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-debs=(libapache-poi-java hyperfine)
+debs=(libapache-poi-java hyperfine tnef)
 missing=()
 for p in "${debs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

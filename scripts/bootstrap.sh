@@ -13,6 +13,8 @@ packages=(
   baloo-kf5 dbus-bin dbus-daemon dbus-session-bus-common
   # an independent compound document reader for the listing conformance test
   python3-olefile
+  # an independent TNEF reader for the attachment conformance test
+  tnef
 )
 
 missing=()

@@ -10,8 +10,10 @@
 
 #include "hosts/run_command.h"
 #include "support/corpus.h"
+#include "support/lzfu_encoder.h"
 #include "support/mime_builder.h"
 #include "support/msg_writer.h"
+#include "support/tnef_writer.h"
 #include "tessivo/mime/base64.h"
 
 namespace tessivo {
@@ -303,6 +305,65 @@ TEST_F(MessageCommandsTest, HostileAttachmentNamesStayInsideTheFolder) {
         if (entry.is_directory() || entry.path().parent_path() == out) continue;
         EXPECT_TRUE(fixtures.count(entry.path().filename().string())) << entry.path();
     }
+}
+
+TEST_F(MessageCommandsTest, TnefStreamsThroughTheSameCommands) {
+    const Bytes rtf = ascii("{\\rtf1\\ansi Plain {\\b text}\\par}");
+    testing::TnefWriter w;
+    w.subject("Winmail subject")
+        .mapi(testing::MapiBlock().string8(0x0037, "Winmail subject").binary(0x1009, testing::lzfuCompress(rtf)))
+        .attachment("REPORT~1.PDF", payload(), testing::MapiBlock().string8(0x3707, "report.pdf"))
+        .attachment("../../escape.txt", ascii("inside"));
+    ASSERT_TRUE(testing::writeFile(p("winmail.dat"), w.build()));
+
+    auto lines = jsonLines(run("dump " + testing::shellQuote(p("winmail.dat"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["format"], "tnef");
+    EXPECT_EQ(lines[0]["ok"], true);
+    const ordered_json& d = lines[0]["dictionary"];
+    EXPECT_EQ(d["Subject"], "Winmail subject");
+    EXPECT_EQ(d["RTF"], ordered_json::parse(R"({"bytes":)" + std::to_string(rtf.size()) + "}"));
+    EXPECT_EQ(d["Body"], "Plain text\n");
+    EXPECT_EQ(d["AttachmentList"][0],
+              ordered_json::parse(R"({"size":5000,"sizeString":"5.0 KB","data":{"bytes":5000},"name":"report.pdf"})"));
+
+    lines = jsonLines(run("summary " + testing::shellQuote(p("winmail.dat"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["summary"],
+              ordered_json::parse(R"({"From":"-","Subject":"Winmail subject","Body":"Plain text","Date":"-"})"));
+
+    lines = jsonLines(run("attachments --list " + testing::shellQuote(p("winmail.dat"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["attachments"], ordered_json::parse(R"([{"name":"report.pdf","size":5000,"mimeType":null},)"
+                                                           R"({"name":"../../escape.txt","size":6,"mimeType":null}])"));
+    const fs::path out = dir_ / "tnef-out";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " +
+                           testing::shellQuote(p("winmail.dat")));
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out, (out / "report.pdf").string() + "\n" + (out / "_.._escape.txt").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "report.pdf"), payload());
+}
+
+TEST_F(MessageCommandsTest, TnefNamesFromTheRawScanLoseTheirTerminator) {
+    // A damaged first record: only the raw scan finds the two attachments,
+    // whose names end with the NUL the stream stores.
+    testing::TnefWriter w;
+    w.record(testing::kAttBody, ascii("x"), 0).attachment("a.txt", ascii("A")).attachment("a.txt", ascii("B"));
+    ASSERT_TRUE(testing::writeFile(p("scanned.dat"), w.build()));
+    const fs::path out = dir_ / "scanned";
+    const auto saved = run("attachments --out " + testing::shellQuote(out.string()) + " " +
+                           testing::shellQuote(p("scanned.dat")));
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(saved.out, (out / "a.txt").string() + "\n" + (out / "a-2.txt").string() + "\n");
+    EXPECT_EQ(testing::readFile(out / "a-2.txt"), ascii("B"));
+    // A stream that does not parse still reads, as what the scan finds.
+    testing::TnefWriter lying;
+    lying.subject("s").header(testing::kAttBody, 200000000);
+    ASSERT_TRUE(testing::writeFile(p("lying.dat"), lying.build()));
+    const auto lines = jsonLines(run("dump " + testing::shellQuote(p("lying.dat"))).out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0]["ok"], true);
+    EXPECT_EQ(lines[0]["dictionary"], ordered_json::object());
 }
 
 TEST_F(MessageCommandsTest, HelpAndUsage) {

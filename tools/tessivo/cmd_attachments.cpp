@@ -137,7 +137,9 @@ void addAttachmentsCommand(CLI::App& app, int& status) {
     cmd->add_option("--out", options->out, "folder to save into, created when missing")
         ->capture_default_str()
         ->excludes(list);
-    cmd->add_option("FILE", options->files, "message files (.msg, .eml); \"-\" reads standard input")->required();
+    cmd->add_option("FILE", options->files,
+                    "message files (.msg, .eml, or TNEF streams such as winmail.dat); \"-\" reads standard input")
+        ->required();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
     cmd->footer(
         "Saves every attachment that has data into the folder and prints each saved file's path, one a line. "

@@ -75,7 +75,9 @@ int runDump(const DumpOptions& options, DictionaryOf which, const char* key) {
 CLI::App* addDictionaryCommand(CLI::App& app, int& status, const char* name, const char* description,
                                DictionaryOf which, const char* key, std::shared_ptr<DumpOptions> options) {
     auto* cmd = app.add_subcommand(name, description);
-    cmd->add_option("FILE", options->files, "message files (.msg, .eml); \"-\" reads standard input")->required();
+    cmd->add_option("FILE", options->files,
+                    "message files (.msg, .eml, or TNEF streams such as winmail.dat); \"-\" reads standard input")
+        ->required();
     cmd->add_flag("-v,--verbose", options->verbose, "show the readers' diagnostics (damaged structures, missing streams)");
     cmd->callback([options, which, key, &status] { status = runDump(*options, which, key); });
     return cmd;

@@ -19,7 +19,7 @@ bool anyBytes(ByteView) { return true; }
 
 const MessageFormat kFormats[] = {
     {"msg", isCompound, &kMsgReader},
-    {"tnef", isTnef, nullptr},
+    {"tnef", isTnef, &kTnefReader},
     {"mime", anyBytes, &kMimeReader},
 };
 

@@ -70,6 +70,7 @@ std::string notReadReason(const MessageFormat& format);
 
 // The readers of the formats this build reads, one file each (msg_format.cpp, ...).
 extern const MessageReader kMsgReader;
+extern const MessageReader kTnefReader;
 extern const MessageReader kMimeReader;
 
 }  // namespace tessivo::cli

@@ -204,4 +204,6 @@ icu::UnicodeString RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const 
     return rtf;
 }
 
+Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf) { return rtf; }
+
 }  // namespace tessivo

@@ -11,34 +11,51 @@ Dictionary& Dictionary::operator=(const Dictionary&) = default;
 Dictionary& Dictionary::operator=(Dictionary&&) noexcept = default;
 Dictionary::~Dictionary() = default;
 
-void Dictionary::set(const icu::UnicodeString& key, Value value) {
+std::size_t Dictionary::find(const icu::UnicodeString& key) const {
+    if (index_.empty()) {
+        for (std::size_t i = 0; i < entries_.size(); ++i)
+            if (entries_[i].first == key) return i;
+        return kMissing;
+    }
     auto it = index_.find(key);
-    if (it != index_.end()) {
-        entries_[it->second].second = std::move(value);
+    return it == index_.end() ? kMissing : it->second;
+}
+
+void Dictionary::rebuildIndex() {
+    index_.clear();
+    if (entries_.size() <= kLinearEntries) return;
+    index_.reserve(entries_.size());
+    for (std::size_t i = 0; i < entries_.size(); ++i) index_.emplace(entries_[i].first, i);
+}
+
+void Dictionary::set(const icu::UnicodeString& key, Value value) {
+    if (const std::size_t at = find(key); at != kMissing) {
+        entries_[at].second = std::move(value);
         return;
     }
-    index_.emplace(key, entries_.size());
+    if (entries_.empty()) entries_.reserve(4);
     entries_.emplace_back(key, std::move(value));
+    if (!index_.empty())
+        index_.emplace(key, entries_.size() - 1);
+    else if (entries_.size() > kLinearEntries)
+        rebuildIndex();
 }
 
 const Value* Dictionary::get(const icu::UnicodeString& key) const {
-    auto it = index_.find(key);
-    return it == index_.end() ? nullptr : &entries_[it->second].second;
+    const std::size_t at = find(key);
+    return at == kMissing ? nullptr : &entries_[at].second;
 }
 
 Value* Dictionary::get(const icu::UnicodeString& key) {
-    auto it = index_.find(key);
-    return it == index_.end() ? nullptr : &entries_[it->second].second;
+    const std::size_t at = find(key);
+    return at == kMissing ? nullptr : &entries_[at].second;
 }
 
 bool Dictionary::erase(const icu::UnicodeString& key) {
-    auto it = index_.find(key);
-    if (it == index_.end()) return false;
-    const std::size_t at = it->second;
-    index_.erase(it);
+    const std::size_t at = find(key);
+    if (at == kMissing) return false;
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(at));
-    for (auto& [k, i] : index_)
-        if (i > at) --i;
+    rebuildIndex();
     return true;
 }
 

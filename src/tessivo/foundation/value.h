@@ -60,7 +60,7 @@ public:
     // The value stored under key, or nullptr; borrowed until the dictionary changes.
     const Value* get(const icu::UnicodeString& key) const;
     Value* get(const icu::UnicodeString& key);
-    bool contains(const icu::UnicodeString& key) const { return index_.count(key) != 0; }
+    bool contains(const icu::UnicodeString& key) const { return find(key) != kMissing; }
     bool erase(const icu::UnicodeString& key);
     void clear();
 
@@ -76,8 +76,15 @@ public:
     friend bool operator==(const Dictionary& a, const Dictionary& b);
 
 private:
+    // Small dictionaries (most of them: attachments, addresses) are searched
+    // in order; past this many keys a hash index is kept beside the entries.
+    static constexpr std::size_t kLinearEntries = 8;
+    static constexpr std::size_t kMissing = static_cast<std::size_t>(-1);
+    std::size_t find(const icu::UnicodeString& key) const;
+    void rebuildIndex();
+
     std::vector<Entry> entries_;
-    std::unordered_map<icu::UnicodeString, std::size_t, UnicodeStringHash> index_;
+    std::unordered_map<icu::UnicodeString, std::size_t, UnicodeStringHash> index_;  // empty while small
 };
 
 // The platform's object values: null, boolean, signed, unsigned, double,

@@ -80,14 +80,6 @@ std::optional<ByteView> bytesOf(const Value* value) {
     return std::nullopt;
 }
 
-// The RTF text of decompressed bytes through the colour-tag generator. The
-// bytes travel as Latin-1 characters, which give back every byte unchanged.
-Bytes withColourTags(const Bytes& rtf) {
-    const auto text = decode(rtf, encodings::ISOLatin1);
-    if (!text) return rtf;
-    return encode(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*text), encodings::ISOLatin1).value_or(rtf);
-}
-
 }  // namespace
 
 std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode) {
@@ -191,7 +183,7 @@ void ReadMSG::addBodies(Dictionary& message, const Dictionary& entries) {
     if (!compressed) compressed = getDataFromRoot(kPrefix, kRtfSecondChoice, kTypeBinary, &entries);
     if (compressed && RTFWangers::typeIsRTF(compressed->data(), compressed->size())) {
         const auto rtf = DataWangersNSDataAdditions::getRTFForData(*compressed);
-        if (rtf && !rtf->empty()) message.set(u"RTF", Value(withColourTags(*rtf)));
+        if (rtf && !rtf->empty()) message.set(u"RTF", Value(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*rtf)));
     }
 }
 
