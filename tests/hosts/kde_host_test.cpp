@@ -105,16 +105,18 @@ TEST_F(KdeHostTest, GivesSubjectSenderAndDateAsProperties) {
         .senderName = "Jane Roe",
         .senderAddress = "jane@example.com",
         .recipients = {{"Ann Lee", "ann@example.org"}},
-        .deliveredAt = 1700000000};
+        .deliveredAt = 1700000000,
+        .attachmentNames = {}};
     const fs::path file = *root_ / "mail.msg";
     ASSERT_TRUE(writeFile(file, makeMailMessage(facts, "The numbers are in")));
     KFileMetaData::ExtractorCollection collection;
     const auto extractors = collection.fetchExtractors(kOutlookType);
     ASSERT_EQ(extractors.size(), 1);
     KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), kOutlookType,
-                                                 KFileMetaData::ExtractionResult::ExtractEverything);
+                                                 KFileMetaData::ExtractionResult::ExtractMetaData |
+                                                     KFileMetaData::ExtractionResult::ExtractPlainText);
     extractors.front()->extract(&result);
-    const auto properties = result.properties();
+    const auto properties = result.properties(KFileMetaData::PropertiesMapType::MultiMap);
     EXPECT_EQ(properties.value(KFileMetaData::Property::Title).toString(), QStringLiteral("Квартальный отчёт"));
     EXPECT_EQ(properties.value(KFileMetaData::Property::Author).toString(),
               QStringLiteral("Jane Roe <jane@example.com>"));
