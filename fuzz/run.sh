@@ -35,7 +35,7 @@ finds_root="$root/build/fuzz-finds"
 if [[ ! -f "$build/build.ninja" ]]; then
     CMAKE_CXX_COMPILER_LAUNCHER=ccache CMAKE_C_COMPILER_LAUNCHER=ccache cmake --preset fuzz -S "$root" > /dev/null
 fi
-nice -n 10 cmake --build --preset fuzz > /dev/null
+nice -n 10 cmake --build --preset fuzz --target fuzzers > /dev/null
 
 harnesses=(${FUZZ_HARNESSES:-$(cd "$build/fuzz" && ls fuzz_* | sed 's/^fuzz_//' | sort)})
 work="$(mktemp -d)"
