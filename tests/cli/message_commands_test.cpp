@@ -148,7 +148,8 @@ TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
 
 TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
     std::vector<std::string> err;
-    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("winmail.dat")) + " " +
+    fs::create_directory(dir_ / "folder.msg");
+    const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("folder.msg")) + " " +
                               testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("broken.msg")) + " " +
                               testing::shellQuote(p("mail.msg"));
     for (const char* command : {"dump", "summary"}) {
@@ -161,7 +162,7 @@ TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
             EXPECT_EQ(lines[i].size(), 3u) << command << i;
         }
         EXPECT_EQ(lines[0]["error"], "empty file: not a message");
-        EXPECT_EQ(lines[1]["error"], "not a message this build reads (tnef)");
+        EXPECT_EQ(lines[1]["error"], "is a directory");
         EXPECT_EQ(lines[3]["error"], "too short for a compound document (fewer than 512 bytes)");
         EXPECT_EQ(lines[4]["ok"], true);
         ASSERT_EQ(err.size(), 4u) << command;

@@ -9,7 +9,11 @@
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
+#include "support/bytes.h"
 #include "support/corpus.h"
+#include "support/lzfu_encoder.h"
+#include "support/mime_builder.h"
+#include "support/tnef_writer.h"
 
 namespace tessivo::testing {
 namespace {
@@ -134,6 +138,25 @@ TEST_F(RecollHostTest, PstFilesStayWithRecollsOwnHandler) {
         pstHandlerRun = pstHandlerRun || (line.find("startExec") != std::string::npos &&
                                           line.find("/rclpst.py") != std::string::npos);
     EXPECT_TRUE(pstHandlerRun) << log;
+}
+
+// Recoll reads mail itself and hands each attachment to the handler of its
+// type: a winmail.dat inside ordinary mail reaches tessivo's.
+TEST_F(RecollHostTest, FindsTheTextOfWinmailDatInsideMail) {
+    TnefWriter tnef;
+    // Outlook stores the body of a winmail.dat as compressed RTF.
+    const Bytes rtf = bytesOf("{\\rtf1\\ansi\\ansicpg1252 {\\fonttbl\\f0 Arial;}\\f0 The pangolin tally is attached.\\par}");
+    tnef.subject("Barn owl census").mapi(MapiBlock().binary(0x1009, lzfuCompress(rtf)));
+    tnef.attachment("tally.txt", bytesOf("counted"));
+    MimePart mail = MimePart::multipart(
+        "mixed", {MimePart::text("plain", "See the forwarded notes."),
+                  MimePart::attachment("application/ms-tnef", "winmail.dat", tnef.build())});
+    mail.header("From", "Ann <ann@example.com>").header("Subject", "Notes").header("Date", "Tue, 5 Mar 2024 10:00:00 +0000");
+    ASSERT_TRUE(writeFile(docs() / "notes.eml", mail.bytes()));
+    setUp();
+    const std::string log = index();
+    EXPECT_EQ(query("pangolin"), url(docs() / "notes.eml")) << log;
+    EXPECT_EQ(query("forwarded"), url(docs() / "notes.eml"));
 }
 
 // `cmake --install` into a prefix of the user's, without root: the installed

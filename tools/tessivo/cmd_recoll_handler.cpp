@@ -1,7 +1,9 @@
 // `tessivo recoll-handler`: Recoll's persistent input handler for Outlook
-// messages, named by the "execm" entry that `tessivo recoll-setup` writes.
-// The indexer starts it once and hands it every message over stdin, so a
-// folder of messages costs one process start, not one per file.
+// messages and TNEF streams (winmail.dat, which Recoll meets as mail
+// attachments of type application/ms-tnef), named by the "execm" entries
+// that `tessivo recoll-setup` writes. The indexer starts it once and hands
+// it every file over stdin, so a folder of messages costs one process
+// start, not one per file.
 #include <cmath>
 #include <exception>
 #include <iostream>
@@ -13,8 +15,11 @@
 #include "message_input.h"
 #include "recoll_execm.h"
 #include "text_command.h"
+#include "tessivo/body/html_conversion.h"
+#include "tessivo/body/rtf_data.h"
 #include "tessivo/foundation/log.h"
 #include "tessivo/importer/message_metadata.h"
+#include "tessivo/tnef/read_tnef.h"
 
 namespace tessivo::cli {
 namespace {
@@ -42,20 +47,51 @@ recoll::Answer fileError(const std::string& path, const std::string& reason) {
     return recoll::Answer().add("Fileerror", "");
 }
 
+recoll::Answer textAnswer(const icu::UnicodeString& text, const importer::MessageMetadata& facts) {
+    recoll::Answer answer;
+    answer.add("Document", printableText(text));
+    addFields(answer, facts);
+    return answer.add("Mimetype", "text/plain").add("Charset", "utf-8").add("Eofnext", "");
+}
+
+// An Outlook message: the importer's body text and the message's fields. A
+// message without a usable body is indexed by its name and fields alone.
+recoll::Answer msgAnswer(const std::string& path, ByteView bytes) {
+    const importer::Result result = importer::extractText(bytes);
+    if (result.outcome != importer::Outcome::Text && result.outcome != importer::Outcome::NoBody)
+        return fileError(path, result.reason);
+    const icu::UnicodeString text = result.outcome == importer::Outcome::Text ? result.text : icu::UnicodeString();
+    return textAnswer(text, importer::msgMetadata(bytes).value_or(importer::MessageMetadata{}));
+}
+
+// The text of a TNEF message dictionary: its plain body, else its RTF body,
+// else its HTML body as text.
+icu::UnicodeString tnefBodyText(const Dictionary& message) {
+    if (const Value* body = message.get(u"Body"); body && body->string() && !body->string()->isEmpty())
+        return *body->string();
+    if (const Value* rtf = message.get(u"RTF"); rtf && rtf->bytes())
+        if (auto text = DataWangersNSDataAdditions::stringFromRTFData(*rtf->bytes())) return *text;
+    if (const Value* html = message.get(u"HTML"); html && html->string()) return WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html->string());
+    return {};
+}
+
+// A TNEF stream: its body and fields, as far as the reader decodes them.
+recoll::Answer tnefAnswer(ByteView bytes) {
+    const std::optional<ReadTNEF> reader = ReadTNEF::initWithData(bytes);
+    if (!reader) return textAnswer({}, {});
+    const Dictionary& message = reader->returnFullDictionary();
+    return textAnswer(tnefBodyText(message), importer::messageMetadata(message));
+}
+
 // Each file holds one document, the message itself (empty internal path).
 recoll::Answer messageAnswer(const std::string& path) {
     auto input = openMessageFile(path);
     if (const auto* reason = std::get_if<std::string>(&input)) return fileError(path, *reason);
     const MessageFile& file = std::get<MessageFile>(input);
-    if (file.format().name != "msg") return fileError(path, "not an Outlook message (" + std::string(file.format().name) + ")");
-    const importer::Result result = importer::extractText(file.bytes());
-    if (result.outcome != importer::Outcome::Text && result.outcome != importer::Outcome::NoBody)
-        return fileError(path, result.reason);
-    recoll::Answer answer;
-    // A message without a usable body is indexed by its name and fields alone.
-    answer.add("Document", result.outcome == importer::Outcome::Text ? printableText(result.text) : "");
-    if (auto facts = importer::msgMetadata(file.bytes())) addFields(answer, *facts);
-    return answer.add("Mimetype", "text/plain").add("Charset", "utf-8").add("Eofnext", "");
+    const std::string_view format = file.format().name;
+    if (format == "msg") return msgAnswer(path, file.bytes());
+    if (format == "tnef") return tnefAnswer(file.bytes());
+    return fileError(path, "neither an Outlook message nor a TNEF stream (" + std::string(format) + ")");
 }
 
 // Nothing that goes wrong with one file ends the handler.
@@ -102,7 +138,7 @@ int runRecollHandler() {
 }  // namespace
 
 void addRecollHandlerCommand(CLI::App& app, int& status) {
-    auto* cmd = app.add_subcommand("recoll-handler", "Recoll's input handler for .msg files (started by recollindex)");
+    auto* cmd = app.add_subcommand("recoll-handler", "Recoll's input handler for .msg files and winmail.dat (started by recollindex)");
     cmd->group("");  // not listed: Recoll runs it, people do not
     cmd->footer("Speaks Recoll's execm protocol on stdin and stdout; `tessivo recoll-setup` names it in mimeconf.");
     cmd->callback([&status] { status = runRecollHandler(); });
