@@ -40,7 +40,8 @@ protected:
 };
 
 TEST_F(TextArchiveTest, WalkIsSortedRecursiveAndCaseInsensitive) {
-    for (const char* name : {"b/Z.MSG", "b/a.msg", "b/notes.txt", "b/sub/m.Msg", "a.msg", "b/msg", "c.msg.txt"})
+    for (const char* name : {"b/Z.MSG", "b/a.msg", "b/notes.txt", "b/sub/m.Msg", "a.msg", "b/msg", "c.msg.txt",
+                             "b/w.Eml", "b/winmail.dat", "b/sub/x.TNEF", "b/y.emlx"})
         testing::writeFile(dir_ / name, Bytes{1});
     fs::create_directory_symlink(dir_ / "b", dir_ / "b/sub/loop");  // a cycle back to b
     fs::create_symlink(dir_ / "missing", dir_ / "b/broken.msg");     // reported, not skipped
@@ -55,8 +56,10 @@ TEST_F(TextArchiveTest, WalkIsSortedRecursiveAndCaseInsensitive) {
         paths.push_back(line["path"]);
         EXPECT_EQ(line["ok"], false);  // none of them is a message
     }
-    const std::vector<std::string> expected = {p("a.msg"),       p("b/Z.MSG"),     p("b/a.msg"),  p("b/broken.msg"),
-                                               p("b/sub/m.Msg"), p("b/notes.txt"), p("absent.dat")};
+    const std::vector<std::string> expected = {p("a.msg"),          p("b/Z.MSG"),      p("b/a.msg"),
+                                               p("b/broken.msg"),   p("b/sub/m.Msg"),  p("b/sub/x.TNEF"),
+                                               p("b/w.Eml"),        p("b/winmail.dat"), p("b/notes.txt"),
+                                               p("absent.dat")};
     EXPECT_EQ(paths, expected);
     EXPECT_EQ(status, 1);
 }
