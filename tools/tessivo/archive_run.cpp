@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 
 // Results kept ahead of the writer, per worker: bounds memory when one slow
 // file holds back the output of the files after it.
-constexpr std::size_t kResultsAheadPerWorker = 8;
+constexpr std::size_t kResultsAheadPerWorker = 32;
 constexpr auto kProgressInterval = std::chrono::milliseconds(200);
 
 bool hasArchiveExtension(const fs::path& path) {
@@ -79,8 +79,10 @@ private:
 
 // Workers take files in order from a shared cursor; the writer prints lines
 // in the same order. A worker waits while it is too far ahead of the writer.
-// Each side wakes the other only when it is actually waiting, so that small
-// files do not cost a thread switch each.
+// Each side wakes the other only when it is actually waiting, and the writer
+// only for a batch of lines (half the window, or whatever is left when the
+// workers must wait for it or have no more files): small files then cost no
+// thread switch each.
 class OrderedRun {
 public:
     OrderedRun(const std::vector<ArchiveFile>& files, const LineMaker& makeLine, unsigned workers)
@@ -100,7 +102,7 @@ public:
             ArchiveLine line = lineFor(files_[index]);
             std::lock_guard lock(mutex_);
             done_.emplace(index, std::move(line));
-            if (index == written_) ready_.notify_one();
+            if (writerWaiting_ && batchReady()) ready_.notify_one();
         }
     }
 
@@ -111,13 +113,15 @@ public:
         canTake_.notify_all();
     }
 
-    // The next lines in file order: at least one, waiting for it, and all
-    // that follow it without a gap. Empty once every file has been taken.
+    // The next lines in file order: at least one, waiting for a batch, and
+    // all that follow without a gap. Empty once every file has been written.
     std::vector<std::pair<std::size_t, ArchiveLine>> takeReady() {
         std::vector<std::pair<std::size_t, ArchiveLine>> lines;
         std::unique_lock lock(mutex_);
         if (written_ >= files_.size()) return lines;
-        ready_.wait(lock, [&] { return done_.count(written_) > 0; });
+        writerWaiting_ = true;
+        ready_.wait(lock, [&] { return batchReady(); });
+        writerWaiting_ = false;
         for (auto it = done_.begin(); it != done_.end() && it->first == written_; it = done_.erase(it), ++written_)
             lines.emplace_back(it->first, std::move(it->second));
         if (waitingWorkers_ > 0) canTake_.notify_all();
@@ -125,6 +129,12 @@ public:
     }
 
 private:
+    // Called with the mutex held.
+    bool batchReady() const {
+        if (done_.empty() || done_.begin()->first != written_) return false;
+        return done_.size() * 2 >= window_ || next_ >= written_ + window_ || next_ >= files_.size();
+    }
+
     ArchiveLine lineFor(const ArchiveFile& file) {
         try {
             return makeLine_(file);
@@ -142,6 +152,7 @@ private:
     std::size_t next_ = 0;
     std::size_t written_ = 0;
     unsigned waitingWorkers_ = 0;
+    bool writerWaiting_ = false;
     std::map<std::size_t, ArchiveLine> done_;
 };
 
