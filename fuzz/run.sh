@@ -11,7 +11,8 @@
 #   FUZZ_RUNS       stop a harness after this many executions, if sooner
 #                   than SECONDS_PER_HARNESS (default: no count)
 #   TESSIVO_CORPUS  real messages (default ../shared/corpus): .msg files seed
-#                   the compound, importer and msg harnesses
+#                   the compound, importer and msg harnesses, .eml files the
+#                   MIME reader's, .tnef and .dat files the TNEF harnesses
 #
 # Builds the fuzz preset when needed. Runs harnesses one at a time under
 # `nice -n 10`. An input that crashes, leaks, runs over 1 s or takes over
@@ -19,8 +20,9 @@
 # build/fuzz-finds/NAME/; minimise it, fix the fault and keep it in
 # fuzz/regressions/NAME/, where the harness's replay test reads it. New
 # inputs are merged into the corpus folder only when they add coverage, so
-# that it stays small. Writer-made seeds (make_compound_seeds,
-# make_msg_seeds) are added when a build with tests (build/dev) has them.
+# that it stays small. Writer-made seeds (make_compound_seeds, make_msg_seeds,
+# make_mime_seeds, make_tnef_seeds) are added when a build with tests
+# (build/dev) has them.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(dirname "$here")"
@@ -33,7 +35,7 @@ finds_root="$root/build/fuzz-finds"
 if [[ ! -f "$build/build.ninja" ]]; then
     CMAKE_CXX_COMPILER_LAUNCHER=ccache CMAKE_C_COMPILER_LAUNCHER=ccache cmake --preset fuzz -S "$root" > /dev/null
 fi
-nice -n 10 cmake --build --preset fuzz > /dev/null
+nice -n 10 cmake --build --preset fuzz --target fuzzers > /dev/null
 
 harnesses=(${FUZZ_HARNESSES:-$(cd "$build/fuzz" && ls fuzz_* | sed 's/^fuzz_//' | sort)})
 work="$(mktemp -d)"
@@ -48,6 +50,10 @@ seed_folder() {
         [[ -d "$messages" ]] && find "$messages" -name '*.msg' -type f -exec cp {} "$seeds/" \;
         [[ -x "$root/build/dev/fuzz/make_compound_seeds" ]] && "$root/build/dev/fuzz/make_compound_seeds" "$seeds" > /dev/null
         [[ "$name" == msg && -x "$root/build/dev/fuzz/make_msg_seeds" ]] && "$root/build/dev/fuzz/make_msg_seeds" "$seeds" > /dev/null
+        ;;
+    tnef | tnef_raw_scan)
+        [[ -d "$messages" ]] && find "$messages" \( -name '*.tnef' -o -name '*.dat' \) -type f -exec cp {} "$seeds/" \;
+        [[ -x "$root/build/dev/fuzz/make_tnef_seeds" ]] && "$root/build/dev/fuzz/make_tnef_seeds" "$seeds" > /dev/null
         ;;
     mime_reader)
         [[ -d "$messages" ]] && find "$messages" -name '*.eml' -type f -exec cp {} "$seeds/" \;

@@ -115,9 +115,10 @@ TEST_F(KdeHostTest, GivesSubjectSenderAndDateAsPropertiesAndTheRestAsText) {
     const auto extractors = collection.fetchExtractors(kOutlookType);
     ASSERT_EQ(extractors.size(), 1);
     KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), kOutlookType,
-                                                 KFileMetaData::ExtractionResult::ExtractEverything);
+                                                 KFileMetaData::ExtractionResult::ExtractMetaData |
+                                                     KFileMetaData::ExtractionResult::ExtractPlainText);
     extractors.front()->extract(&result);
-    const auto properties = result.properties();
+    const auto properties = result.properties(KFileMetaData::PropertiesMapType::MultiMap);
     EXPECT_EQ(properties.value(KFileMetaData::Property::Title).toString(), QStringLiteral("Квартальный отчёт"));
     EXPECT_EQ(properties.value(KFileMetaData::Property::Author).toString(),
               QStringLiteral("Jane Roe <jane@example.com>"));

@@ -191,7 +191,7 @@ TEST(MimeReaderFileNameTest, DescriptionNamesOnlyAPartWithoutAName) {
 }
 
 TEST(MimeReaderFileNameTest, AnEmptyDescriptionNamesThePartUndecodable) {
-    EXPECT_EQ(text(withHeader("Content-Description", "=?windows-1255?B??="), u"fileName"), "UndecodableFilename");
+    EXPECT_EQ(text(withHeader("Content-Description", "=?windows-1255?B?\?="), u"fileName"), "UndecodableFilename");
     EXPECT_EQ(text(readMime("Received: x\nContent-Type: application/PDF\nContent-Description:\n\n"), u"fileName"),
               "UndecodableFilename.pdf");
 }
