@@ -5,10 +5,12 @@
 #
 # BUILD_DIR (default build/release) must hold tools/tessivo/tessivo and
 # tests/hosts/make_messages. Measures `tessivo text --jsonl` with --jobs 1
-# and --jobs 2 (best of three runs) over the corpus's .msg files (copied
-# 20 times so that a run lasts long enough to time) and over 10,000 generated
-# messages; then checks that every file gives one valid JSON line, also when
-# the corpus files are truncated or have flipped bytes.
+# and --jobs 2 (best of three runs) over the corpus's messages (.msg, .eml,
+# .dat, .tnef, copied 20 times so that a run lasts long enough to time) and
+# over 10,000 generated messages, a third each .msg, .eml and winmail .dat;
+# reports the peak memory of each run against 64 MB plus twice the largest
+# file; then checks that every file gives one valid JSON line, also when the
+# corpus files are truncated or have flipped bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build/release}
@@ -23,44 +25,52 @@ done
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-mapfile -t corpus_files < <(find "$corpus" -type f -iname '*.msg' | sort)
+message_files() { find "$1" -type f \( -iname '*.msg' -o -iname '*.eml' -o -iname '*.dat' -o -iname '*.tnef' \) | sort; }
+mapfile -t corpus_files < <(message_files "$corpus")
 for copy in $(seq 1 20); do
-  mkdir -p "$work/corpus/$copy"
-  cp "${corpus_files[@]}" "$work/corpus/$copy/" 2>/dev/null || true
-done
-"$make_messages" "$work/generated" 10000
-
-# Seconds (best of three) for one run of archive mode.
-best_time() {
-  local jobs=$1 dir=$2 best="" t
-  for _ in 1 2 3; do
-    local start end
-    start=$(date +%s.%N)
-    "$tessivo" text --jsonl --jobs "$jobs" "$dir" > /dev/null 2>&1 || true
-    end=$(date +%s.%N)
-    t=$(echo "$end - $start" | bc)
-    if [ -z "$best" ] || [ "$(echo "$t < $best" | bc)" = 1 ]; then best=$t; fi
+  for f in "${corpus_files[@]}"; do
+    target="$work/corpus/$copy/${f#"$corpus"/}"
+    mkdir -p "$(dirname "$target")"
+    cp "$f" "$target"
   done
-  echo "$best"
+done
+"$make_messages" "$work/generated" 10000 --mixed
+
+# Seconds (best of three) and the largest peak resident size in KB for runs
+# of archive mode, as "seconds peak".
+best_run() {
+  local jobs=$1 dir=$2 best="" peak=0 t kb
+  for _ in 1 2 3; do
+    /usr/bin/time -f '%e %M' -o "$work/time" "$tessivo" text --jsonl --jobs "$jobs" "$dir" > /dev/null 2>&1 || true
+    read -r t kb < <(tail -1 "$work/time")
+    if [ -z "$best" ] || [ "$(echo "$t < $best" | bc)" = 1 ]; then best=$t; fi
+    if [ "$kb" -gt "$peak" ]; then peak=$kb; fi
+  done
+  echo "$best $peak"
 }
 
-printf '%-22s %8s %12s %12s %8s\n' "tree" "files" "jobs 1 f/s" "jobs 2 f/s" "speedup"
+printf '%-10s %7s %11s %11s %8s %10s %10s\n' "tree" "files" "jobs 1 f/s" "jobs 2 f/s" "speedup" "peak KB" "bound KB"
 for tree in corpus generated; do
-  files=$(find "$work/$tree" -type f -iname '*.msg' | wc -l)
-  t1=$(best_time 1 "$work/$tree")
-  t2=$(best_time 2 "$work/$tree")
-  printf '%-22s %8d %12.0f %12.0f %7.2fx\n' "$tree" "$files" \
-    "$(echo "$files / $t1" | bc -l)" "$(echo "$files / $t2" | bc -l)" "$(echo "$t1 / $t2" | bc -l)"
+  files=$(message_files "$work/$tree" | wc -l)
+  largest=$(message_files "$work/$tree" | xargs stat -c %s | sort -n | tail -1)
+  read -r t1 p1 < <(best_run 1 "$work/$tree")
+  read -r t2 p2 < <(best_run 2 "$work/$tree")
+  peak=$(( p1 > p2 ? p1 : p2 ))
+  bound=$(( 64 * 1024 + 2 * largest / 1024 ))
+  printf '%-10s %7d %11.0f %11.0f %7.2fx %10d %10d\n' "$tree" "$files" \
+    "$(echo "$files / $t1" | bc -l)" "$(echo "$files / $t2" | bc -l)" "$(echo "$t1 / $t2" | bc -l)" "$peak" "$bound"
 done
 
 # Damaged copies: every corpus file cut at a third, and with bytes flipped
 # every 97 bytes from offset 512 on. Each still gives exactly one JSON line.
 mkdir -p "$work/damaged"
 for f in "${corpus_files[@]}"; do
-  name=$(basename "$f" .msg)
+  name=$(echo "${f#"$corpus"/}" | tr / _)
+  ext=${name##*.}
+  name=${name%.*}
   size=$(stat -c %s "$f")
-  head -c $((size / 3)) "$f" > "$work/damaged/$name.truncated.msg"
-  python3 - "$f" "$work/damaged/$name.flipped.msg" <<'EOF'
+  head -c $((size / 3)) "$f" > "$work/damaged/$name.truncated.$ext"
+  python3 - "$f" "$work/damaged/$name.flipped.$ext" <<'EOF'
 import sys
 data = bytearray(open(sys.argv[1], "rb").read())
 for i in range(512, len(data), 97):
@@ -73,7 +83,7 @@ check_lines() {
   local dir=$1 status=0
   "$tessivo" text --jsonl "$dir" > "$work/out.jsonl" 2> /dev/null || status=$?
   if [ "$status" -ge 4 ]; then echo "archive_bench: $dir: exit status $status" >&2; exit 1; fi
-  python3 - "$work/out.jsonl" "$(find "$dir" -type f -iname '*.msg' | wc -l)" "$dir" <<'EOF'
+  python3 - "$work/out.jsonl" "$(message_files "$dir" | wc -l)" "$dir" <<'EOF'
 import json, sys
 lines = open(sys.argv[1], encoding="utf-8").read().splitlines()
 objects = [json.loads(line) for line in lines]
@@ -84,4 +94,5 @@ print(f"{sys.argv[3]}: {len(objects)} valid JSON lines, {ok} ok, {len(objects) -
 EOF
 }
 check_lines "$work/corpus/1"
+check_lines "$work/generated"
 check_lines "$work/damaged"

@@ -22,6 +22,7 @@
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/html_text.h"
 #include "tessivo/importer/importer.h"
+#include "tessivo/text/message_text.h"
 
 namespace {
 
@@ -45,6 +46,11 @@ std::optional<icu::UnicodeString> rtfBodyText(const MessageBodies& m) {
 std::optional<icu::UnicodeString> importerText(const MessageBodies& m) {
     auto result = tessivo::importer::extractText(m.path.string());
     return std::move(result.text);
+}
+
+// The body the Linux hosts index (header lines left out: their words are not in the body).
+std::optional<icu::UnicodeString> hostsText(const MessageBodies& m) {
+    return tessivo::text::messageText(tessivo::testing::readFile(m.path)).body;
 }
 
 // stringFromHTML of the HTML body stream read as UTF-8.
@@ -88,6 +94,7 @@ const std::vector<Column>& columns() {
         {"rtf-html", rtfHtmlText},
         {"html-tree", rtfHtmlTreeText},
         {"importer", importerText},
+        {"hosts", hostsText},
     };
     return all;
 }

@@ -9,9 +9,7 @@
 
 #include "tessivo/foundation/log.h"
 #include "tessivo/foundation/file_bytes.h"
-#include "tessivo/importer/importer.h"
-#include "tessivo/importer/message_metadata.h"
-#include "tessivo/toolkit/string_cleaning.h"
+#include "tessivo/text/message_text.h"
 
 namespace tessivo::kde {
 namespace {
@@ -30,13 +28,6 @@ void routeLogToQt() {
             qCDebug(lcTessivo, "%.*s", static_cast<int>(line.size()), line.data());
         });
     });
-}
-
-// The text without the NUL characters that plain-text bodies may end in
-// (streams are read in whole sectors), as `tessivo text` prints it.
-QString searchableText(const icu::UnicodeString& text) {
-    const icu::UnicodeString trimmed = WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(text);
-    return QString(reinterpret_cast<const QChar*>(trimmed.getBuffer()), trimmed.length());
 }
 
 QString qString(const icu::UnicodeString& text) {
@@ -72,15 +63,15 @@ void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
         qCDebug(lcTessivo, "%s: %s", path.c_str(), reason.c_str());
         return;
     }
-    if (flags & KFileMetaData::ExtractionResult::ExtractMetaData)
-        if (const auto facts = importer::msgMetadata(bytes)) addMetadata(*result, *facts);
-    if (!(flags & KFileMetaData::ExtractionResult::ExtractPlainText)) return;
-    const importer::Result found = importer::extractText(bytes);
-    if (found.outcome == importer::Outcome::Text) {
-        result->append(searchableText(found.text));
-    } else if (!found.reason.empty()) {
+    const text::MessageText found = text::messageText(bytes);
+    if (found.outcome != importer::Outcome::Text && found.outcome != importer::Outcome::NoBody) {
         qCDebug(lcTessivo, "%s: %s", path.c_str(), found.reason.c_str());
+        return;
     }
+    if (flags & KFileMetaData::ExtractionResult::ExtractMetaData) addMetadata(*result, found.facts);
+    // The header lines come with the body, so that recipients and attachment
+    // names, which have no property of their own, are found too.
+    if (flags & KFileMetaData::ExtractionResult::ExtractPlainText) result->append(qString(found.text()));
 }
 
 }  // namespace tessivo::kde

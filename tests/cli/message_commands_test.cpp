@@ -148,7 +148,9 @@ TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {
 
 TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
     std::vector<std::string> err;
+    // A folder is walked: its empty message stands where the folder was named.
     fs::create_directory(dir_ / "folder.msg");
+    testing::writeFile(dir_ / "folder.msg/inner.eml", Bytes{});
     const std::string files = testing::shellQuote(p("empty.msg")) + " " + testing::shellQuote(p("folder.msg")) + " " +
                               testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("broken.msg")) + " " +
                               testing::shellQuote(p("mail.msg"));
@@ -162,11 +164,44 @@ TEST_F(MessageCommandsTest, UnreadableFilesGiveFailureLinesAndStatusOne) {
             EXPECT_EQ(lines[i].size(), 3u) << command << i;
         }
         EXPECT_EQ(lines[0]["error"], "empty file: not a message");
-        EXPECT_EQ(lines[1]["error"], "is a directory");
+        EXPECT_EQ(lines[1]["path"], p("folder.msg/inner.eml"));
+        EXPECT_EQ(lines[1]["error"], "empty file: not a message");
         EXPECT_EQ(lines[3]["error"], "too short for a compound document (fewer than 512 bytes)");
         EXPECT_EQ(lines[4]["ok"], true);
         ASSERT_EQ(err.size(), 4u) << command;
         for (int i = 0; i < 4; ++i) EXPECT_EQ(err[i].rfind("tessivo: " + lines[i]["path"].get<std::string>() + ": ", 0), 0u);
+    }
+}
+
+// Archive runs: a folder of every format walked in sorted order, read in
+// parallel, each message's attachments saved in a folder of its own below
+// the one given, whose name comes from the message's path made harmless.
+TEST_F(MessageCommandsTest, FoldersAreWalkedAndAttachmentsSavedPerMessage) {
+    fs::create_directories(dir_ / "archive/2019");
+    fs::copy_file(p("mail.msg"), dir_ / "archive/2019/mail.msg");
+    fs::copy_file(p("mail.eml"), dir_ / "archive/mail.eml");
+    fs::copy_file(p("winmail.dat"), dir_ / "archive/winmail.DAT");
+    testing::writeFile(dir_ / "archive/notes.txt", ascii("not walked"));
+    const std::string out = p("out");
+    for (const char* command : {"dump --jobs 2", "text --jsonl --jobs 2"}) {
+        fs::remove_all(out);
+        const auto result = run(std::string(command) + " --attachments " + testing::shellQuote(out) + " " +
+                                testing::shellQuote(p("archive")));
+        const auto lines = jsonLines(result.out);
+        ASSERT_EQ(lines.size(), 3u) << command;
+        EXPECT_EQ(lines[0]["path"], p("archive/2019/mail.msg"));
+        EXPECT_EQ(lines[1]["path"], p("archive/mail.eml"));
+        EXPECT_EQ(lines[2]["path"], p("archive/winmail.DAT"));
+        EXPECT_EQ(lines[0]["format"], "msg");
+        EXPECT_EQ(lines[1]["format"], "mime");
+        EXPECT_EQ(lines[0]["attachments"], ordered_json::array({out + "/2019/mail.msg/report.pdf"})) << command;
+        EXPECT_EQ(lines[1]["attachments"].size(), 3u) << command;
+        EXPECT_EQ(testing::readFile(out + "/2019/mail.msg/report.pdf"), payload());
+        EXPECT_TRUE(fs::exists(out + "/mail.eml/notes.txt")) << command;
+        EXPECT_TRUE(fs::exists(out + "/mail.eml/_.._escape.txt")) << command;
+        EXPECT_FALSE(fs::exists(dir_ / "escape.txt"));
+        // The TNEF stream holds no body: text says so in its status.
+        EXPECT_EQ(result.status, std::string(command).rfind("dump", 0) == 0 ? 0 : 3) << command;
     }
 }
 

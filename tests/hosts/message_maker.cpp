@@ -4,7 +4,9 @@
 #include "support/cfb_writer.h"
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
+#include "support/mime_builder.h"
 #include "support/msg_writer.h"
+#include "support/tnef_writer.h"
 
 namespace tessivo::testing {
 
@@ -59,6 +61,21 @@ Bytes makeMailMessage(const MailFacts& facts, std::string_view words) {
     for (const auto& [name, address] : facts.recipients) m.addRecipient().unicode(0x3001, name).unicode(0x3003, address);
     for (const auto& name : facts.attachmentNames) m.addAttachment().unicode(0x3707, name).binary(0x3701, bytesOf(name));
     return m.build();
+}
+
+Bytes makeMimeMessage(std::string_view words) {
+    MimePart mail = MimePart::multipart(
+        "mixed", {MimePart::text("plain", std::string(words)), MimePart::attachment("text/plain", "notes.txt", bytesOf("n"))});
+    mail.header("Received", "by make_messages").header("From", "Ann <ann@example.org>").header("Subject", "Mail");
+    return mail.bytes();
+}
+
+Bytes makeTnefMessage(std::string_view words) {
+    MapiBlock props;
+    props.binary(0x1009, lzfuCompress(bytesOf("{\\rtf1\\ansi " + std::string(words) + "\\par}")));
+    TnefWriter writer;
+    writer.subject("Winmail").mapi(props).attachment("notes.txt", bytesOf("n"));
+    return writer.build();
 }
 
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words) {

@@ -44,6 +44,14 @@ struct MailFacts {
 // An e-mail (IPM.Note) with a Unicode text body of the given words and the facts.
 Bytes makeMailMessage(const MailFacts& facts, std::string_view words);
 
+// An Internet message (.eml) with a text/plain body of the given words and a
+// small base64 attachment.
+Bytes makeMimeMessage(std::string_view words);
+
+// A TNEF stream (winmail.dat) with a compressed RTF body of the given words
+// and a small attachment.
+Bytes makeTnefMessage(std::string_view words);
+
 // Writes makeMessage(kind, words) to path; false when it cannot be written.
 bool writeMessage(const std::filesystem::path& path, BodyKind kind, std::string_view words);
 

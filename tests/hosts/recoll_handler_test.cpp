@@ -100,14 +100,14 @@ TEST_F(RecollHandlerTest, AnswersEveryKindOfFileInOneProcess) {
     const auto all = answers(fileRequest("a.msg") + nextDocument + fileRequest("nobody.msg") +
                              fileRequest("text.msg") + fileRequest("missing.msg") + fileRequest("a.msg"));
     ASSERT_EQ(all.size(), 6u);
-    const Request text{{"document", "Dear Ann, the walrus"},
+    const Request text{{"document", "Subject: Message for the search hosts\n\nDear Ann, the walrus"},
                        {"title", "Message for the search hosts"},
                        {"mimetype", "text/plain"},
                        {"charset", "utf-8"},
                        {"eofnext", ""}};
     EXPECT_EQ(all[0], text);
     EXPECT_EQ(all[1], (Request{{"eofnow", ""}}));  // one document per file
-    EXPECT_EQ(all[2].at("document"), "");          // indexed by name and subject, not failed
+    EXPECT_EQ(all[2].at("document"), "Subject: Subject only\n");  // indexed by name and subject, not failed
     EXPECT_EQ(all[2].at("title"), "Subject only");
     EXPECT_EQ(all[3], (Request{{"fileerror", ""}}));
     EXPECT_EQ(all[4], (Request{{"fileerror", ""}}));
@@ -125,7 +125,10 @@ TEST_F(RecollHandlerTest, GivesSubjectSenderRecipientsDateAndAttachmentsAsFields
     ASSERT_TRUE(testing::writeFile(dir_ / "mail.msg", testing::makeMailMessage(facts, "The numbers are in")));
     const auto all = answers(fileRequest("mail.msg"));
     ASSERT_EQ(all.size(), 1u);
-    EXPECT_EQ(all[0], (Request{{"document", "The numbers are in"},
+    EXPECT_EQ(all[0], (Request{{"document",
+                                "Subject: Quarterly figures\nFrom: Jane Roe <jane@example.com>\n"
+                                "To: Ann Lee <ann@example.org>, bob@example.net\nDate: 2023-11-14 22:13:20 UTC\n"
+                                "Attachments: budget plan.xlsx, Отчёт.pdf\n\nThe numbers are in"},
                                {"title", "Quarterly figures"},
                                {"author", "Jane Roe <jane@example.com>"},
                                {"recipient", "Ann Lee <ann@example.org>, bob@example.net"},
@@ -147,7 +150,7 @@ TEST_F(RecollHandlerTest, BrokenRequestEndsTheHandler) {
     ASSERT_TRUE(testing::writeMessage(dir_ / "a.msg", testing::BodyKind::AnsiText, "badger"));
     const auto all = answers(fileRequest("a.msg") + "filename: lots\n", 1);
     ASSERT_EQ(all.size(), 1u);
-    EXPECT_EQ(all[0].at("document"), "badger");
+    EXPECT_EQ(all[0].at("document"), "Subject: Message for the search hosts\n\nbadger");
 }
 
 }  // namespace

@@ -13,7 +13,9 @@
 #include "support/corpus.h"
 #include "support/lzfu_encoder.h"
 #include "support/mime_builder.h"
+#include "support/msg_writer.h"
 #include "support/tnef_writer.h"
+#include "tessivo/foundation/encoding.h"
 
 namespace tessivo::testing {
 namespace {
@@ -90,6 +92,24 @@ TEST_F(RecollHostTest, FindsEachMessageThroughItsOnlyBody) {
     for (auto at = log.find(start); at != std::string::npos; at = log.find(start, at + 1)) ++starts;
     EXPECT_GE(starts, 1u) << log;
     EXPECT_LE(starts, 2u) << log;
+}
+
+// Words the importer's exact text loses: an 8-bit body in the message's
+// Windows-1251 code page, and an attachment name on a message without a body.
+TEST_F(RecollHostTest, FindsWordsOfEightBitBodiesAndOfBodilessMessages) {
+    MsgWriter russian;
+    russian.property(0x3FFD, 0x0003, 1251)
+        .stream("__substg1.0_1000001E", *encode(icu::UnicodeString(u"Письмо отправлено автоматически"),
+                                                encodings::Windows1251));
+    ASSERT_TRUE(writeFile(docs() / "russian.msg", russian.build()));
+    MsgWriter bodiless;
+    bodiless.string8(0x001A, "IPM.Note").unicode(0x0037, "Scan");
+    bodiless.addAttachment().unicode(0x3707, "invoice-narwhal.pdf").binary(0x3701, bytesOf("%PDF-"));
+    ASSERT_TRUE(writeFile(docs() / "scan.msg", bodiless.build()));
+    setUp();
+    index();
+    EXPECT_EQ(query("автоматически"), url(docs() / "russian.msg"));
+    EXPECT_EQ(query("narwhal"), url(docs() / "scan.msg"));
 }
 
 TEST_F(RecollHostTest, FindsMessagesBySubjectSenderRecipientAndAttachment) {

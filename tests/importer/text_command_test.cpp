@@ -1,10 +1,12 @@
-// `tessivo text` as a user runs it: what reaches stdout and the exit status.
+// `tessivo text` as a user runs it: what reaches stdout and the exit status,
+// with --exact (the importer's text) and without (the hosts' text).
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "hosts/message_maker.h"
 #include "hosts/run_command.h"
+#include "support/bytes.h"
 #include "support/corpus.h"
 
 namespace tessivo {
@@ -32,27 +34,39 @@ protected:
 };
 
 TEST_F(TextCommandTest, OneFileGivesItsTextWithoutTrailingNuls) {
-    const auto result = text(testing::shellQuote(p("hello.msg")));
+    const auto result = text("--exact " + testing::shellQuote(p("hello.msg")));
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "hello");
 }
 
 TEST_F(TextCommandTest, SeveralFilesGetHeadersAndTheWorstStatus) {
-    const auto mixed = text(testing::shellQuote(p("hello.msg")) + " " + testing::shellQuote(p("nobody.msg")) + " " +
-                            testing::shellQuote(p("hello.msg")));
+    const auto mixed = text("--exact " + testing::shellQuote(p("hello.msg")) + " " + testing::shellQuote(p("nobody.msg")) +
+                            " " + testing::shellQuote(p("hello.msg")));
     EXPECT_EQ(mixed.status, 3);
     const std::string block = "==> " + p("hello.msg") + " <==\nhello\n";
     EXPECT_EQ(mixed.out, block + block);
 
-    EXPECT_EQ(text(testing::shellQuote(p("nobody.msg")) + " " + testing::shellQuote(p("notes.txt"))).status, 1);
+    EXPECT_EQ(text("--exact " + testing::shellQuote(p("nobody.msg")) + " " + testing::shellQuote(p("notes.txt"))).status, 1);
     EXPECT_EQ(text(testing::shellQuote(p("missing.msg")) + " " + testing::shellQuote(p("nobody.msg"))).status, 1);
-    EXPECT_EQ(text(testing::shellQuote(p("nobody.msg"))).out, "");
+    EXPECT_EQ(text("--exact " + testing::shellQuote(p("nobody.msg"))).out, "");
+}
+
+TEST_F(TextCommandTest, HostTextHasHeaderLinesAndKeepsThemWithoutABody) {
+    const auto hello = text(testing::shellQuote(p("hello.msg")));
+    EXPECT_EQ(hello.status, 0);
+    EXPECT_EQ(hello.out, "Subject: Message for the search hosts\n\nhello");
+    const auto nobody = text(testing::shellQuote(p("nobody.msg")));
+    EXPECT_EQ(nobody.status, 3);
+    EXPECT_EQ(nobody.out, "Subject: Subject only\n");
+    // Any bytes that are no compound document or TNEF stream are read as an Internet message.
+    testing::writeFile(dir_ / "note.eml", testing::bytesOf("Received: x\nSubject: Lunch\n\nAt noon?\n\n"));
+    EXPECT_EQ(text(testing::shellQuote(p("note.eml"))).out, "Subject: Lunch\n\nAt noon?\n");
 }
 
 TEST_F(TextCommandTest, ContentTypeMustMatchExactly) {
     const std::string file = testing::shellQuote(p("hello.msg"));
-    EXPECT_EQ(text("--content-type com.orvanel.tessivopro.msg " + file).out, "hello");
-    const auto refused = text("--content-type com.orvanel.Tessivo.msg " + file);
+    EXPECT_EQ(text("--exact --content-type com.orvanel.tessivopro.msg " + file).out, "hello");
+    const auto refused = text("--exact --content-type com.orvanel.Tessivo.msg " + file);
     EXPECT_EQ(refused.status, 3);
     EXPECT_EQ(refused.out, "");
     EXPECT_EQ(text("").status, 2);

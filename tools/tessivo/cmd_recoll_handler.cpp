@@ -15,11 +15,8 @@
 #include "message_input.h"
 #include "recoll_execm.h"
 #include "text_command.h"
-#include "tessivo/body/html_conversion.h"
-#include "tessivo/body/rtf_data.h"
 #include "tessivo/foundation/log.h"
-#include "tessivo/importer/message_metadata.h"
-#include "tessivo/tnef/read_tnef.h"
+#include "tessivo/text/message_text.h"
 
 namespace tessivo::cli {
 namespace {
@@ -37,7 +34,9 @@ std::string joined(const std::vector<icu::UnicodeString>& items) {
 void addFields(recoll::Answer& answer, const importer::MessageMetadata& facts) {
     if (!facts.title.isEmpty()) answer.add("title", toUtf8(facts.title));
     if (!facts.author.isEmpty()) answer.add("author", toUtf8(facts.author));
-    if (!facts.recipients.empty()) answer.add("recipient", joined(facts.recipients));
+    std::vector<icu::UnicodeString> recipients = facts.recipients;
+    recipients.insert(recipients.end(), facts.copies.begin(), facts.copies.end());
+    if (!recipients.empty()) answer.add("recipient", joined(recipients));
     if (facts.date) answer.add("modificationdate", std::to_string(std::llround(facts.date->secondsSince1970)));
     if (!facts.attachmentNames.empty()) answer.add("attachment", joined(facts.attachmentNames));
 }
@@ -47,51 +46,22 @@ recoll::Answer fileError(const std::string& path, const std::string& reason) {
     return recoll::Answer().add("Fileerror", "");
 }
 
-recoll::Answer textAnswer(const icu::UnicodeString& text, const importer::MessageMetadata& facts) {
-    recoll::Answer answer;
-    answer.add("Document", printableText(text));
-    addFields(answer, facts);
-    return answer.add("Mimetype", "text/plain").add("Charset", "utf-8").add("Eofnext", "");
-}
-
-// An Outlook message: the importer's body text and the message's fields. A
-// message without a usable body is indexed by its name and fields alone.
-recoll::Answer msgAnswer(const std::string& path, ByteView bytes) {
-    const importer::Result result = importer::extractText(bytes);
-    if (result.outcome != importer::Outcome::Text && result.outcome != importer::Outcome::NoBody)
-        return fileError(path, result.reason);
-    const icu::UnicodeString text = result.outcome == importer::Outcome::Text ? result.text : icu::UnicodeString();
-    return textAnswer(text, importer::msgMetadata(bytes).value_or(importer::MessageMetadata{}));
-}
-
-// The text of a TNEF message dictionary: its plain body, else its RTF body,
-// else its HTML body as text.
-icu::UnicodeString tnefBodyText(const Dictionary& message) {
-    if (const Value* body = message.get(u"Body"); body && body->string() && !body->string()->isEmpty())
-        return *body->string();
-    if (const Value* rtf = message.get(u"RTF"); rtf && rtf->bytes())
-        if (auto text = DataWangersNSDataAdditions::stringFromRTFData(*rtf->bytes())) return *text;
-    if (const Value* html = message.get(u"HTML"); html && html->string()) return WindowsCodePageWangersNSStringAdditions::stringFromHTML(*html->string());
-    return {};
-}
-
-// A TNEF stream: its body and fields, as far as the reader decodes them.
-recoll::Answer tnefAnswer(ByteView bytes) {
-    const std::optional<ReadTNEF> reader = ReadTNEF::initWithData(bytes);
-    if (!reader) return textAnswer({}, {});
-    const Dictionary& message = reader->returnFullDictionary();
-    return textAnswer(tnefBodyText(message), importer::messageMetadata(message));
-}
-
-// Each file holds one document, the message itself (empty internal path).
+// The hosts' text of an Outlook message or TNEF stream (header lines, then
+// the body) and the message's fields. A message without a usable body is
+// indexed by its name, header lines and fields alone.
 recoll::Answer messageAnswer(const std::string& path) {
     auto input = openMessageFile(path);
     if (const auto* reason = std::get_if<std::string>(&input)) return fileError(path, *reason);
     const MessageFile& file = std::get<MessageFile>(input);
-    const std::string_view format = file.format().name;
-    if (format == "msg") return msgAnswer(path, file.bytes());
-    if (format == "tnef") return tnefAnswer(file.bytes());
-    return fileError(path, "neither an Outlook message nor a TNEF stream (" + std::string(format) + ")");
+    const text::MessageText found = text::messageText(file.bytes());
+    if (found.format == text::Format::Mime)
+        return fileError(path, "neither an Outlook message nor a TNEF stream (" + std::string(file.format().name) + ")");
+    if (found.outcome != importer::Outcome::Text && found.outcome != importer::Outcome::NoBody)
+        return fileError(path, found.reason);
+    recoll::Answer answer;
+    answer.add("Document", printableText(found.text()));
+    addFields(answer, found.facts);
+    return answer.add("Mimetype", "text/plain").add("Charset", "utf-8").add("Eofnext", "");
 }
 
 // Nothing that goes wrong with one file ends the handler.

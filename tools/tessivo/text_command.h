@@ -1,6 +1,7 @@
-// `tessivo text`: the importer's text for each file, as the desktop-search
-// service would index it. The per-file work and the exit-status rules are
-// here so that other output modes of the same command share them.
+// `tessivo text`: each message's searchable text, as the Linux search hosts
+// index it, or with --exact the desktop-search importer's text byte for
+// byte. The per-file work and the exit-status rules are here so that the
+// archive mode of the same command shares them.
 #pragma once
 
 #include <string>
@@ -8,6 +9,7 @@
 
 #include <unicode/unistr.h>
 
+#include "tessivo/foundation/value.h"
 #include "tessivo/importer/importer.h"
 
 namespace tessivo::cli {
@@ -18,15 +20,26 @@ constexpr int kExitNoText = 3;
 struct TextOptions {
     std::string contentType = "com.orvanel.tessivo.msg";
     std::vector<std::string> files;
+    bool exact = false;    // the importer's text instead of the hosts' text
     bool verbose = false;  // let the readers' diagnostics through to stderr
 };
 
-// The importer's result for one file; an unaccepted content type gives
-// NoBody with a reason, without reading the file.
-importer::Result textOfFile(const icu::UnicodeString& contentType, const std::string& path);
+// One file's text as printed: UTF-8 without trailing NULs.
+struct FileText {
+    importer::Outcome outcome = importer::Outcome::Unreadable;
+    std::string text;     // with NoBody, the header block alone (the hosts' text) or ""
+    std::string reason;   // for NotMessage, Unreadable and an unaccepted content type
+    std::string format;   // "msg", "tnef", "mime"; "" with --exact
+};
+
+// The text of the file at path, read into buffer (whose capacity a caller
+// that reads many files keeps). With --exact an unaccepted content type
+// gives NoBody with a reason, without reading the file.
+FileText textOfFile(const TextOptions& options, const icu::UnicodeString& contentType, const std::string& path,
+                    Bytes& buffer);
 
 // 0 for text, 3 for no usable body, 1 for a file that cannot be read or is
-// not a compound document.
+// not a message.
 int exitStatusFor(importer::Outcome outcome);
 
 // The status to report when files ended with statuses a and b: 1 over 3 over 0.

@@ -1,5 +1,7 @@
 #include "tessivo/importer/message_metadata.h"
 
+#include <algorithm>
+
 #include "tessivo/foundation/date_format.h"
 #include "tessivo/msg/read_msg.h"
 #include "tessivo/toolkit/time_wangers.h"
@@ -47,6 +49,12 @@ std::optional<Date> messageDate(const Dictionary& message) {
 
 }  // namespace
 
+std::vector<icu::UnicodeString> addressTexts(const Value* list) {
+    std::vector<icu::UnicodeString> texts;
+    appendAddresses(list, texts);
+    return texts;
+}
+
 MessageMetadata messageMetadata(const Dictionary& message) {
     MessageMetadata facts;
     if (const auto* subject = stringAt(message, u"Subject"); known(subject)) facts.title = *subject;
@@ -57,10 +65,13 @@ MessageMetadata messageMetadata(const Dictionary& message) {
         if (!senders.empty() && senders.front() != u"-") facts.author = senders.front();
     }
     appendAddresses(message.get(u"To"), facts.recipients);
-    if (facts.recipients.empty()) {
-        appendAddresses(message.get(u"TO"), facts.recipients);
-        appendAddresses(message.get(u"CC"), facts.recipients);
-    }
+    if (facts.recipients.empty()) appendAddresses(message.get(u"TO"), facts.recipients);
+    // A recipient table lists copies among the recipients; a header lists them apart.
+    std::vector<icu::UnicodeString> copies;
+    appendAddresses(message.get(u"CC"), copies);
+    for (auto& copy : copies)
+        if (std::find(facts.recipients.begin(), facts.recipients.end(), copy) == facts.recipients.end())
+            facts.copies.push_back(std::move(copy));
     facts.date = messageDate(message);
     if (const Value* list = message.get(u"AttachmentList"); list && list->array())
         for (const Value& attachment : *list->array())

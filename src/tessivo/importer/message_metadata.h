@@ -24,14 +24,18 @@ struct MessageMetadata {
     icu::UnicodeString title;                    // the subject; "" when there is none
     icu::UnicodeString author;                   // the sender; "" when unknown
     std::vector<icu::UnicodeString> recipients;  // in the message's order
+    std::vector<icu::UnicodeString> copies;      // Cc addresses not already among the recipients
     std::optional<Date> date;                    // delivery time, else the header's date
     std::vector<icu::UnicodeString> attachmentNames;
 };
 
-// The facts of a message dictionary ("Subject", "From", "To", "TO" and "CC"
-// from the header when there is no recipient table, "MIMEDate" or "Date",
+// The facts of a message dictionary ("Subject", "From", "To", else "TO" from
+// the header when there is no recipient table, "CC", "MIMEDate" or "Date",
 // "AttachmentList").
 MessageMetadata messageMetadata(const Dictionary& message);
+
+// Each address of an address list ("Name <address>", or whichever is known), in order.
+std::vector<icu::UnicodeString> addressTexts(const Value* list);
 
 // The facts of an Outlook message file's bytes, through ReadMSG; nothing
 // when the bytes are not a compound document. Borrows the bytes during the call.
