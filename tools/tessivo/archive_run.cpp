@@ -7,6 +7,7 @@
 #include <cctype>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -41,7 +42,8 @@ using WalkProblem = std::function<void(const std::string& path, const std::strin
 
 class Walker {
 public:
-    Walker(std::vector<ArchiveFile>& files, const WalkProblem& onProblem) : files_(files), onProblem_(onProblem) {}
+    Walker(const std::function<void(ArchiveFile)>& onFile, const WalkProblem& onProblem)
+        : onFile_(onFile), onProblem_(onProblem) {}
 
     void walk(const fs::path& dir, const fs::path& relative) {
         struct stat st {};
@@ -60,7 +62,7 @@ public:
             if (entry.is_directory(ec))
                 walk(entry.path(), below);
             else if (hasArchiveExtension(entry.path()) && isReadableCandidate(entry))
-                files_.push_back({entry.path().string(), below.string()});
+                onFile_({entry.path().string(), below.string()});
         }
     }
 
@@ -72,67 +74,90 @@ private:
         return entry.is_regular_file(ec) || (entry.is_symlink(ec) && !fs::exists(entry.path(), ec));
     }
 
-    std::vector<ArchiveFile>& files_;
+    const std::function<void(ArchiveFile)>& onFile_;
     const WalkProblem& onProblem_;
     std::set<std::pair<dev_t, ino_t>> visited_;
 };
 
-// Workers take files in order from a shared cursor; the writer prints lines
-// in the same order. A worker waits while it is too far ahead of the writer.
-// Each side wakes the other only when it is actually waiting, and the writer
-// only for a batch of lines (half the window, or whatever is left when the
-// workers must wait for it or have no more files): small files then cost no
-// thread switch each.
+// Files come from the walk while workers read them: each worker takes the
+// next file in walk order, and whichever worker completes the line next in
+// order writes it together with every line after it that is ready. Lines so
+// leave in walk order without a writer thread, and small files cost no thread
+// switch each. A worker waits while it is too far ahead of the output or
+// while the walk has found nothing new.
 class OrderedRun {
 public:
-    OrderedRun(const std::vector<ArchiveFile>& files, const LineMaker& makeLine, unsigned workers)
-        : files_(files), makeLine_(makeLine), window_(workers * kResultsAheadPerWorker) {}
+    struct Done {
+        std::string path;
+        ArchiveLine line;
+    };
+    // Writes lines, in order, one caller at a time, told how many files the
+    // walk has found so far; false stops the run.
+    using Writer = std::function<bool(std::vector<Done>& lines, std::size_t found)>;
+
+    OrderedRun(const LineMaker& makeLine, const Writer& write, unsigned workers)
+        : makeLine_(makeLine), write_(write), window_(workers * kResultsAheadPerWorker) {}
+
+    void add(ArchiveFile file) {
+        std::lock_guard lock(mutex_);
+        pending_.push_back(std::move(file));
+        ++found_;
+        if (waitingWorkers_ > 0) canTake_.notify_one();
+    }
+
+    // No more files will be added; workers end once every file is written.
+    void walkDone() {
+        std::lock_guard lock(mutex_);
+        walkDone_ = true;
+        canTake_.notify_all();
+    }
 
     void work() {
         for (;;) {
             std::size_t index;
+            ArchiveFile file;
             {
                 std::unique_lock lock(mutex_);
                 ++waitingWorkers_;
-                canTake_.wait(lock, [&] { return next_ >= files_.size() || next_ < written_ + window_; });
+                canTake_.wait(lock, [&] {
+                    return stopped_ || (walkDone_ && pending_.empty()) ||
+                           (!pending_.empty() && next_ < written_ + window_);
+                });
                 --waitingWorkers_;
-                if (next_ >= files_.size()) return;
+                if (stopped_ || pending_.empty()) return;
                 index = next_++;
+                file = std::move(pending_.front());
+                pending_.pop_front();
             }
-            ArchiveLine line = lineFor(files_[index]);
-            std::lock_guard lock(mutex_);
-            done_.emplace(index, std::move(line));
-            if (writerWaiting_ && batchReady()) ready_.notify_one();
+            ArchiveLine line = lineFor(file);
+            std::unique_lock lock(mutex_);
+            done_.emplace(index, Done{std::move(file.path), std::move(line)});
+            if (!writing_ && index == written_) writeReady(lock);
         }
     }
 
-    // Hands out no more files; workers end after their current one.
-    void stop() {
-        std::lock_guard lock(mutex_);
-        next_ = files_.size();
-        canTake_.notify_all();
-    }
-
-    // The next lines in file order: at least one, waiting for a batch, and
-    // all that follow without a gap. Empty once every file has been written.
-    std::vector<std::pair<std::size_t, ArchiveLine>> takeReady() {
-        std::vector<std::pair<std::size_t, ArchiveLine>> lines;
-        std::unique_lock lock(mutex_);
-        if (written_ >= files_.size()) return lines;
-        writerWaiting_ = true;
-        ready_.wait(lock, [&] { return batchReady(); });
-        writerWaiting_ = false;
-        for (auto it = done_.begin(); it != done_.end() && it->first == written_; it = done_.erase(it), ++written_)
-            lines.emplace_back(it->first, std::move(it->second));
-        if (waitingWorkers_ > 0) canTake_.notify_all();
-        return lines;
-    }
-
 private:
-    // Called with the mutex held.
-    bool batchReady() const {
-        if (done_.empty() || done_.begin()->first != written_) return false;
-        return done_.size() * 2 >= window_ || next_ >= written_ + window_ || next_ >= files_.size();
+    // Writes the lines ready in order, releasing the mutex while writing;
+    // other workers meanwhile only queue their lines.
+    void writeReady(std::unique_lock<std::mutex>& lock) {
+        writing_ = true;
+        std::vector<Done> lines;
+        while (!stopped_ && !done_.empty() && done_.begin()->first == written_) {
+            lines.clear();
+            for (auto it = done_.begin(); it != done_.end() && it->first == written_ + lines.size(); it = done_.erase(it))
+                lines.push_back(std::move(it->second));
+            const std::size_t found = found_;
+            lock.unlock();
+            const bool ok = write_(lines, found);
+            lock.lock();
+            written_ += lines.size();
+            if (!ok) {
+                stopped_ = true;
+                done_.clear();
+            }
+            if (waitingWorkers_ > 0) canTake_.notify_all();
+        }
+        writing_ = false;
     }
 
     ArchiveLine lineFor(const ArchiveFile& file) {
@@ -143,33 +168,39 @@ private:
         }
     }
 
-    const std::vector<ArchiveFile>& files_;
     const LineMaker& makeLine_;
+    const Writer& write_;
     const std::size_t window_;
     std::mutex mutex_;
     std::condition_variable canTake_;
-    std::condition_variable ready_;
+    std::deque<ArchiveFile> pending_;
+    std::size_t found_ = 0;
     std::size_t next_ = 0;
     std::size_t written_ = 0;
     unsigned waitingWorkers_ = 0;
-    bool writerWaiting_ = false;
-    std::map<std::size_t, ArchiveLine> done_;
+    bool walkDone_ = false;
+    bool writing_ = false;
+    bool stopped_ = false;
+    std::map<std::size_t, Done> done_;
 };
 
+// "N of M files" on stderr when it is a terminal (M grows while the walk
+// goes on), and problems on lines of their own; callable from any thread.
 class Progress {
 public:
-    explicit Progress(std::size_t total) : total_(total), shown_(::isatty(STDERR_FILENO) == 1) {}
+    Progress() : shown_(::isatty(STDERR_FILENO) == 1) {}
 
-    void update(std::size_t done) {
+    void update(std::size_t done, std::size_t total) {
         if (!shown_) return;
+        std::lock_guard lock(mutex_);
         const auto now = std::chrono::steady_clock::now();
-        if (done < total_ && now - last_ < kProgressInterval) return;
+        if (done < total && now - last_ < kProgressInterval) return;
         last_ = now;
-        std::fprintf(stderr, "\rtessivo: %zu of %zu files", done, total_);
+        std::fprintf(stderr, "\rtessivo: %zu of %zu files", done, total);
     }
 
-    // A line of its own on stderr, without mixing with the progress line.
     void report(const std::string& path, const std::string& problem) {
+        std::lock_guard lock(mutex_);
         if (shown_) std::fputs("\r\033[K", stderr);
         reportError(path, problem);
         last_ = {};
@@ -180,14 +211,26 @@ public:
     }
 
 private:
-    std::size_t total_;
     bool shown_;
+    std::mutex mutex_;
     std::chrono::steady_clock::time_point last_{};
 };
 
-unsigned workerCount(unsigned requested, std::size_t files) {
-    unsigned n = requested != 0 ? requested : std::max(1u, std::thread::hardware_concurrency());
-    return static_cast<unsigned>(std::clamp<std::size_t>(files, 1, n));
+unsigned workerCount(unsigned requested) {
+    return requested != 0 ? requested : std::max(1u, std::thread::hardware_concurrency());
+}
+
+// Every file to read for paths, in output order.
+void walkArchiveFiles(const std::vector<std::string>& paths, const std::function<void(ArchiveFile)>& onFile,
+                      const WalkProblem& onProblem) {
+    Walker walker(onFile, onProblem);
+    for (const auto& path : paths) {
+        std::error_code ec;
+        if (path != "-" && fs::is_directory(path, ec))
+            walker.walk(path, {});
+        else
+            onFile({path, fs::path(path).filename().string()});
+    }
 }
 
 }  // namespace
@@ -205,58 +248,55 @@ CLI::Option* addJobsOption(CLI::App& command, ArchiveRun& run) {
         ->check(CLI::Range(1u, 1024u));
 }
 
-std::vector<ArchiveFile> listArchiveFiles(const std::vector<std::string>& paths, const WalkProblem& problem) {
-    std::vector<ArchiveFile> files;
-    Walker walker(files, problem);
-    for (const auto& path : paths) {
-        std::error_code ec;
-        if (path != "-" && fs::is_directory(path, ec))
-            walker.walk(path, {});
-        else
-            files.push_back({path, fs::path(path).filename().string()});
-    }
-    return files;
-}
-
 int runArchive(const std::vector<std::string>& paths, const ArchiveRun& archive, const LineMaker& makeLine,
                const std::function<int(int, int)>& worse) {
-    int status = kExitOk;
-    const auto files = listArchiveFiles(paths, [&](const std::string& path, const std::string& reason) {
-        reportError(path, reason);
-        status = kExitBadInput;
-    });
-    const unsigned workerTotal = workerCount(archive.jobs, files.size());
-    OrderedRun run(files, makeLine, workerTotal);
-    std::vector<std::thread> workers;
-    for (unsigned i = 0; i < workerTotal; ++i) workers.emplace_back([&run] { run.work(); });
-
+    Progress progress;
+    int status = kExitOk;    // of the lines, kept by whichever worker writes
+    int walkStatus = kExitOk;
     bool writeFailed = false;
-    {
-        Progress progress(files.size());
-        std::size_t written = 0;
-        for (auto lines = run.takeReady(); !lines.empty(); lines = run.takeReady()) {
-            std::string out;
-            for (auto& [index, line] : lines) {
-                status = worse(status, line.status);
-                if (!line.problem.empty()) progress.report(files[index].path, line.problem);
-                out += line.json;
-                out += '\n';
-            }
-            if (std::fwrite(out.data(), 1, out.size(), stdout) != out.size()) {
-                writeFailed = true;
-                run.stop();
-                break;
-            }
-            written += lines.size();
-            progress.update(written);
+    std::size_t written = 0;
+    const OrderedRun::Writer write = [&](std::vector<OrderedRun::Done>& lines, std::size_t found) {
+        std::string out;
+        for (auto& [path, line] : lines) {
+            status = worse(status, line.status);
+            if (!line.problem.empty()) progress.report(path, line.problem);
+            out += line.json;
+            out += '\n';
         }
+        if (std::fwrite(out.data(), 1, out.size(), stdout) != out.size()) {
+            writeFailed = true;
+            return false;
+        }
+        written += lines.size();
+        progress.update(written, found);
+        return true;
+    };
+    const unsigned workers = workerCount(archive.jobs);
+    OrderedRun run(makeLine, write, workers);
+    {
+        // The walk runs on this thread while the other workers read what it
+        // finds; then this thread reads too.
+        std::vector<std::jthread> others;
+        for (unsigned i = 1; i < workers; ++i) others.emplace_back([&run] { run.work(); });
+        try {
+            walkArchiveFiles(
+                paths, [&](ArchiveFile file) { run.add(std::move(file)); },
+                [&](const std::string& path, const std::string& reason) {
+                    progress.report(path, reason);
+                    walkStatus = kExitBadInput;
+                });
+        } catch (...) {
+            run.walkDone();
+            throw;
+        }
+        run.walkDone();
+        run.work();
     }
-    for (auto& worker : workers) worker.join();
     if (writeFailed || std::fflush(stdout) != 0) {
         reportError("stdout", "write error");
         return kExitBadInput;
     }
-    return status;
+    return worse(walkStatus, status);
 }
 
 }  // namespace tessivo::cli

@@ -49,13 +49,9 @@ using LineMaker = std::function<ArchiveLine(const ArchiveFile& file)>;
 // Adds --jobs to a command, storing into run.jobs.
 CLI::Option* addJobsOption(CLI::App& command, ArchiveRun& run);
 
-// Every file to read for paths, in output order; problem is called for each
-// folder that cannot be listed.
-std::vector<ArchiveFile> listArchiveFiles(const std::vector<std::string>& paths,
-                                          const std::function<void(const std::string&, const std::string&)>& problem);
-
-// Runs makeLine on every file (from several threads: it must be safe to call
-// concurrently) and writes the lines to stdout in walk order; the worst of
+// Runs makeLine on every file the walk of paths finds, while the walk goes on
+// (from several threads: it must be safe to call concurrently), and writes
+// the lines to stdout in walk order; the worst of
 // the lines' statuses by worse, 1 also for an unlistable folder or a write
 // error on stdout.
 int runArchive(const std::vector<std::string>& paths, const ArchiveRun& run, const LineMaker& makeLine,
