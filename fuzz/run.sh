@@ -12,7 +12,8 @@
 #                   than SECONDS_PER_HARNESS (default: no count)
 #   TESSIVO_CORPUS  real messages (default ../shared/corpus): .msg files seed
 #                   the compound, importer and msg harnesses, .eml files the
-#                   MIME reader's, .tnef and .dat files the TNEF harnesses
+#                   MIME reader's, .tnef and .dat files the TNEF harnesses,
+#                   all of them the message text harness
 #
 # Builds the fuzz preset when needed. Runs harnesses one at a time under
 # `nice -n 10`. An input that crashes, leaks, runs over 1 s or takes over
@@ -58,6 +59,10 @@ seed_folder() {
     mime_reader)
         [[ -d "$messages" ]] && find "$messages" -name '*.eml' -type f -exec cp {} "$seeds/" \;
         [[ -x "$root/build/dev/fuzz/make_mime_seeds" ]] && "$root/build/dev/fuzz/make_mime_seeds" "$seeds" > /dev/null
+        ;;
+    message_text)
+        [[ -d "$messages" ]] && find "$messages" \( -name '*.msg' -o -name '*.eml' -o -name '*.tnef' -o -name '*.dat' \) \
+            -type f -exec cp {} "$seeds/" \;
         ;;
     esac
     echo "$seeds"
