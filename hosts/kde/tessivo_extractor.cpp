@@ -17,6 +17,8 @@ namespace {
 Q_LOGGING_CATEGORY(lcTessivo, "org.tessivo.extractor", QtWarningMsg)
 
 const QString kOutlookMessageType = QStringLiteral("application/vnd.ms-outlook");
+// winmail.dat and *.tnef, by the system's own MIME database.
+const QString kTnefType = QStringLiteral("application/vnd.ms-tnef");
 
 // The library's diagnostics go to Qt's log under our category, so that the
 // extractor process keeps its stderr protocol clean and users can enable them
@@ -51,7 +53,7 @@ TessivoExtractor::TessivoExtractor(QObject* parent) : KFileMetaData::ExtractorPl
     routeLogToQt();
 }
 
-QStringList TessivoExtractor::mimetypes() const { return {kOutlookMessageType}; }
+QStringList TessivoExtractor::mimetypes() const { return {kOutlookMessageType, kTnefType}; }
 
 void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
     result->addType(KFileMetaData::Type::Document);

@@ -1,10 +1,11 @@
-// KFileMetaData extractor plug-in: gives Baloo (KDE's file search) the body
-// text of Outlook .msg files, and their subject, sender and date as the
-// properties Title, Author and CreationDate.
+// KFileMetaData extractor plug-in: gives Baloo (KDE's file search) the text
+// of Outlook .msg files and TNEF streams (winmail.dat), and their subject,
+// sender and date as the properties Title, Author and CreationDate.
 //
 // Baloo loads it from the Qt plug-in folder kf5/kfilemetadata and calls
-// extract() for every file of type application/vnd.ms-outlook; the text is the
-// importer's choice of body, exactly as the command `tessivo text` prints it.
+// extract() for every file of type application/vnd.ms-outlook or
+// application/vnd.ms-tnef; the text is the header lines and body exactly as
+// the command `tessivo text` prints them.
 #pragma once
 
 #include <KFileMetaData/ExtractorPlugin>

@@ -46,12 +46,12 @@ protected:
     }
 
     static QString extractText(const fs::path& file, KFileMetaData::ExtractionResult::Flags flags,
-                               QVector<KFileMetaData::Type::Type>* types = nullptr) {
+                               QVector<KFileMetaData::Type::Type>* types = nullptr, const QString& type = kOutlookType) {
         KFileMetaData::ExtractorCollection collection;
-        const auto extractors = collection.fetchExtractors(kOutlookType);
+        const auto extractors = collection.fetchExtractors(type);
         EXPECT_EQ(extractors.size(), 1);
         if (extractors.isEmpty()) return {};
-        KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), kOutlookType, flags);
+        KFileMetaData::SimpleExtractionResult result(QString::fromStdString(file.string()), type, flags);
         extractors.front()->extract(&result);
         if (types) *types = result.types();
         return result.text();
@@ -73,6 +73,16 @@ TEST_F(KdeHostTest, ReadsEveryBodyKindThroughExtractorCollection) {
         EXPECT_FALSE(text.contains(QChar(u'\0')));  // sector padding of plain-text bodies is dropped
         EXPECT_TRUE(types.contains(KFileMetaData::Type::Document));
     }
+}
+
+TEST_F(KdeHostTest, ReadsWinmailDat) {
+    const fs::path file = *root_ / "winmail.dat";
+    ASSERT_TRUE(writeFile(file, makeTnefMessage("A note on the osprey")));
+    EXPECT_EQ(QMimeDatabase().mimeTypeForFile(QString::fromStdString(file.string())).name(),
+              QStringLiteral("application/vnd.ms-tnef"));
+    const QString text = extractText(file, KFileMetaData::ExtractionResult::ExtractPlainText, nullptr,
+                                     QStringLiteral("application/vnd.ms-tnef"));
+    EXPECT_TRUE(text.contains(QStringLiteral("osprey"))) << text.toStdString();
 }
 
 TEST_F(KdeHostTest, MetadataOnlyRequestAndDamagedFileGiveNoText) {
