@@ -31,17 +31,15 @@ std::optional<icu::UnicodeString> importHTML(const icu::UnicodeString& html, std
 
 // Replaces every match of pattern in text by the template; logs and leaves
 // the text as it was when the pattern does not compile or replacing fails.
-void replaceMatches(icu::UnicodeString& text, const icu::UnicodeString& pattern, const icu::UnicodeString& replacement,
-                    std::uint32_t flags, const char* exceptionMessage) {
+void replaceMatches(icu::UnicodeString& text, const CompiledPattern& pattern, const icu::UnicodeString& replacement,
+                    const char* exceptionMessage) {
     if (text.isEmpty()) return;
-    std::string error;
-    const auto regex = Regex::compile(pattern, flags, &error);
-    if (!regex) {
-        log("Failed to create regex with pattern '%s': %s", toUtf8(pattern).c_str(), error.c_str());
+    if (!pattern.regex) {
+        log("Failed to create regex with pattern '%s': %s", toUtf8(pattern.source).c_str(), pattern.error.c_str());
         return;
     }
     try {
-        text = regex->replaceAll(text, replacement);
+        text = pattern.regex->replaceAll(text, replacement);
     } catch (const std::exception& e) {
         log(exceptionMessage, e.what());
     }
@@ -114,7 +112,8 @@ icu::UnicodeString stringFromHTML(const icu::UnicodeString& html, std::uint64_t 
         icu::UnicodeString text = quotedPrintableDecodeWithEncoding(withTaken, encodings::UTF8).value_or(withTaken);
         text = replaceAll(text, u"</p>", u"\n\n", CaseInsensitive);
         text = replaceAll(text, u"</div>", u"\n", CaseInsensitive);
-        if (const auto breaks = Regex::compile(u"<br[^>]*>", Regex::CaseInsensitive)) text = breaks->replaceAll(text, u"\n");
+        static const CompiledPattern breaks(u"<br[^>]*>", Regex::CaseInsensitive);
+        if (breaks.regex) text = breaks.regex->replaceAll(text, u"\n");
         return importHTML(text, trailingNuls - taken).value_or(icu::UnicodeString());
     } catch (const std::exception&) {
         return {};
@@ -134,8 +133,10 @@ icu::UnicodeString stringByStrippingHTML(const icu::UnicodeString& html) {
     if (!imported) return stringByStrippingHTMLFallback(html);
 
     icu::UnicodeString text = *imported;
-    replaceMatches(text, u"[ \t]+", u" ", Regex::None, kCleanupException);
-    replaceMatches(text, u"\n{3,}", u"\n\n", Regex::None, kCleanupException);
+    static const CompiledPattern spaces(u"[ \t]+");
+    static const CompiledPattern blankLines(u"\n{3,}");
+    replaceMatches(text, spaces, u" ", kCleanupException);
+    replaceMatches(text, blankLines, u"\n\n", kCleanupException);
 
     std::vector<icu::UnicodeString> lines = split(text, u"\n");
     for (auto& line : lines) line = trim(line, whitespaceSet());
@@ -151,14 +152,19 @@ icu::UnicodeString stringByStrippingHTML(const icu::UnicodeString& html) {
 icu::UnicodeString stringByStrippingHTMLFallback(const icu::UnicodeString& html) {
     if (html.isEmpty()) return {};
     icu::UnicodeString text = html;
-    replaceMatches(text, u"<!--[\\s\\S]*?-->", u"", Regex::None, kFallbackException);
-    replaceMatches(text, u"<(style|script)[^>]*?>[\\s\\S]*?</\\1>", u"", Regex::CaseInsensitive, kFallbackException);
-    for (const char16_t* tag : kBlockTags) {
-        const icu::UnicodeString name(tag);
-        if (name.isEmpty()) continue;
-        replaceMatches(text, u"</?" + name + u"[^>]*>", u"\n", Regex::CaseInsensitive, kFallbackException);
-    }
-    replaceMatches(text, u"<[^>]+>", u"", Regex::None, kFallbackException);
+    static const CompiledPattern comments(u"<!--[\\s\\S]*?-->");
+    static const CompiledPattern styles(u"<(style|script)[^>]*?>[\\s\\S]*?</\\1>", Regex::CaseInsensitive);
+    static const std::vector<CompiledPattern> blockTags = [] {
+        std::vector<CompiledPattern> patterns;
+        for (const char16_t* tag : kBlockTags)
+            patterns.emplace_back(u"</?" + icu::UnicodeString(tag) + u"[^>]*>", Regex::CaseInsensitive);
+        return patterns;
+    }();
+    static const CompiledPattern tags(u"<[^>]+>");
+    replaceMatches(text, comments, u"", kFallbackException);
+    replaceMatches(text, styles, u"", kFallbackException);
+    for (const CompiledPattern& blockTag : blockTags) replaceMatches(text, blockTag, u"\n", kFallbackException);
+    replaceMatches(text, tags, u"", kFallbackException);
     for (const Entity& entity : kEntities) {
         if (text.isEmpty()) break;
         try {
@@ -172,9 +178,9 @@ icu::UnicodeString stringByStrippingHTMLFallback(const icu::UnicodeString& html)
 
 icu::UnicodeString decodeHTMLFormattingTags(const icu::UnicodeString& text) {
     icu::UnicodeString result = text;
-    const auto regex = Regex::compile(u"&amp;(.*?);", Regex::CaseInsensitive);
-    if (!regex) return result;
-    for (const Regex::Match& match : regex->allMatches(text)) {
+    static const CompiledPattern escapes(u"&amp;(.*?);", Regex::CaseInsensitive);
+    if (!escapes.regex) return result;
+    for (const Regex::Match& match : escapes.regex->allMatches(text)) {
         if (match.groups.size() != 2) continue;
         icu::UnicodeString number = match.group(text, 1);
         number = replaceAll(number, u"#", u"");

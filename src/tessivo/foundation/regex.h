@@ -70,6 +70,20 @@ private:
     std::shared_ptr<const icu::RegexPattern> pattern_;
 };
 
+// A pattern fixed in the code, compiled once where it is used and kept, with
+// the reason should it not compile. Compiling costs ICU far more than a
+// search of a message (case-insensitive classes such as [^>] above all).
+//   static const CompiledPattern breaks(u"<br[^>]*>", Regex::CaseInsensitive);
+//   if (breaks.regex) text = breaks.regex->replaceAll(text, u"\n");
+struct CompiledPattern {
+    explicit CompiledPattern(const icu::UnicodeString& pattern, std::uint32_t flags = Regex::None)
+        : source(pattern), regex(Regex::compile(pattern, flags, &error)) {}
+
+    icu::UnicodeString source;
+    std::string error;  // set before regex: compile writes it
+    std::optional<Regex> regex;
+};
+
 // Compiles and searches once; false when the pattern does not compile.
 bool regexSearch(const icu::UnicodeString& pattern, const icu::UnicodeString& text,
                  std::uint32_t flags = Regex::None);

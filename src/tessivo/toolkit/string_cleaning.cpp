@@ -106,15 +106,7 @@ icu::UnicodeString condenseWhitespace(const icu::UnicodeString& text) {
 
 icu::UnicodeString replaceDoubleNewline(const icu::UnicodeString& text) {
     if (text.isEmpty()) return text;
-    struct Compiled {
-        std::optional<Regex> regex;
-        std::string error;
-    };
-    static const Compiled runs = [] {
-        Compiled c;
-        c.regex = Regex::compile(u"\n+", Regex::None, &c.error);
-        return c;
-    }();
+    static const CompiledPattern runs(u"\n+");
     if (!runs.regex) {
         log("Failed to create regex for newline replacement: %s", runs.error.c_str());
         return text;
