@@ -69,6 +69,12 @@ TEST(TextTest, RemovingPercentEncoding) {
     EXPECT_EQ(removingPercentEncoding(u"%4"), std::nullopt);
     EXPECT_EQ(removingPercentEncoding(u"%zz"), std::nullopt);
     EXPECT_EQ(removingPercentEncoding(u"%E9"), std::nullopt);  // not UTF-8
+    // Escapes far into a long text, and one whose digits are not ASCII.
+    const U run(u"0123456789abcdefghijklmnopqrstuvwxyz0123456789");
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%41").append(run).append(u"%42")),
+              U(run).append(u"A").append(run).append(u"B"));
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%41").append(run).append(u"%4")), std::nullopt);
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%\uFF14\uFF11")), std::nullopt);
 }
 
 TEST(TextTest, CaseMappingIgnoresProcessLocale) {

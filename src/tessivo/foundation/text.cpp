@@ -60,6 +60,20 @@ int hexValue(char16_t c) {
     return -1;
 }
 
+// The first index at or after from of unit in s[0, n), or n. Blocks without
+// it are passed over with one test each, as most texts have none.
+int32_t findUnit(const char16_t* s, int32_t n, char16_t unit, int32_t from) {
+    constexpr int32_t kBlock = 32;
+    int32_t i = from;
+    for (; n - i >= kBlock; i += kBlock) {
+        char16_t found = 0;
+        for (int32_t k = 0; k < kBlock; ++k) found |= static_cast<char16_t>(s[i + k] == unit);
+        if (found) break;
+    }
+    while (i < n && s[i] != unit) ++i;
+    return i;
+}
+
 }  // namespace
 
 std::int32_t indexOf(const icu::UnicodeString& text, const icu::UnicodeString& needle, std::int32_t from,
@@ -193,7 +207,16 @@ icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::U
 }
 
 std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text) {
-    if (text.indexOf(u'%') < 0) return text;
+    // Hex digits are ASCII, so a "%" without two of them after it is found
+    // as well in UTF-16 as in the UTF-8 below, without converting first.
+    const char16_t* s = text.getBuffer();
+    const int32_t n = text.length();
+    bool escaped = false;
+    for (int32_t i = findUnit(s, n, u'%', 0); i < n; i = findUnit(s, n, u'%', i + 3)) {
+        if (i + 2 >= n || hexValue(s[i + 1]) < 0 || hexValue(s[i + 2]) < 0) return std::nullopt;
+        escaped = true;
+    }
+    if (!escaped) return text;
     const std::string utf8 = toUtf8(text);
     Bytes bytes;
     bytes.reserve(utf8.size());
