@@ -17,15 +17,26 @@ std::size_t Dictionary::find(const icu::UnicodeString& key) const {
             if (entries_[i].first == key) return i;
         return kMissing;
     }
-    auto it = index_.find(key);
-    return it == index_.end() ? kMissing : it->second;
+    const std::size_t mask = index_.size() - 1;
+    for (std::size_t slot = UnicodeStringHash{}(key) & mask; index_[slot] != 0; slot = (slot + 1) & mask)
+        if (entries_[index_[slot] - 1].first == key) return index_[slot] - 1;
+    return kMissing;
+}
+
+void Dictionary::indexEntry(std::size_t at) {
+    const std::size_t mask = index_.size() - 1;
+    std::size_t slot = UnicodeStringHash{}(entries_[at].first) & mask;
+    while (index_[slot] != 0) slot = (slot + 1) & mask;
+    index_[slot] = static_cast<std::uint32_t>(at + 1);
 }
 
 void Dictionary::rebuildIndex() {
     index_.clear();
     if (entries_.size() <= kLinearEntries) return;
-    index_.reserve(entries_.size());
-    for (std::size_t i = 0; i < entries_.size(); ++i) index_.emplace(entries_[i].first, i);
+    std::size_t slots = 4 * kLinearEntries;
+    while (slots < 2 * entries_.size()) slots *= 2;
+    index_.assign(slots, 0);
+    for (std::size_t i = 0; i < entries_.size(); ++i) indexEntry(i);
 }
 
 void Dictionary::set(const icu::UnicodeString& key, Value value) {
@@ -35,8 +46,8 @@ void Dictionary::set(const icu::UnicodeString& key, Value value) {
     }
     if (entries_.empty()) entries_.reserve(4);
     entries_.emplace_back(key, std::move(value));
-    if (!index_.empty())
-        index_.emplace(key, entries_.size() - 1);
+    if (!index_.empty() && 2 * entries_.size() <= index_.size())
+        indexEntry(entries_.size() - 1);
     else if (entries_.size() > kLinearEntries)
         rebuildIndex();
 }
