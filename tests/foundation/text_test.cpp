@@ -80,6 +80,11 @@ TEST(TextTest, RemovingPercentEncoding) {
 TEST(TextTest, CaseMappingIgnoresProcessLocale) {
     EXPECT_EQ(toUpper(u"title"), U(u"TITLE"));
     EXPECT_EQ(toLower(u"ISO"), U(u"iso"));
+    // Characters next to the ASCII letters stay; other texts take the full mapping.
+    EXPECT_EQ(toUpper(u"@az[`{ 09"), U(u"@AZ[`{ 09"));
+    EXPECT_EQ(toLower(u"@AZ[`{ 09"), U(u"@az[`{ 09"));
+    EXPECT_EQ(toUpper(u"stra\u00DFe"), U(u"STRASSE"));
+    EXPECT_EQ(toLower(u"\u00C4RGER"), U(u"\u00E4rger"));
 }
 
 }  // namespace

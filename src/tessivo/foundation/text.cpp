@@ -15,36 +15,6 @@
 namespace tessivo {
 namespace {
 
-// Simple case folding, code point by code point; a folding that would change
-// the UTF-16 length keeps the original, so offsets map one to one.
-icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
-    icu::UnicodeString out;
-    const int32_t n = s.length();
-    char16_t* buf = out.getBuffer(n);
-    if (!buf) return s;
-    const char16_t* src = s.getBuffer();
-    int32_t i = 0;
-    while (i < n) {
-        // ASCII, the common case, folds A-Z to a-z and nothing else.
-        if (src[i] < 0x80) {
-            buf[i] = src[i] >= u'A' && src[i] <= u'Z' ? static_cast<char16_t>(src[i] + 0x20) : src[i];
-            ++i;
-            continue;
-        }
-        const int32_t start = i;
-        UChar32 c;
-        U16_NEXT(src, i, n, c);
-        UChar32 folded = u_foldCase(c, U_FOLD_CASE_DEFAULT);
-        if (U16_LENGTH(folded) != i - start) folded = c;
-        int32_t at = start;
-        UBool unusedError = false;
-        U16_APPEND(buf, at, n, folded, unusedError);
-        if (unusedError) buf[start] = src[start];
-    }
-    out.releaseBuffer(n);
-    return out;
-}
-
 const icu::UnicodeSet& frozenSet(const char16_t* pattern) {
     // Each call site passes its own literal and keeps the reference in a static.
     UErrorCode ec = U_ZERO_ERROR;
@@ -74,13 +44,62 @@ int32_t findUnit(const char16_t* s, int32_t n, char16_t unit, int32_t from) {
     return i;
 }
 
+// An ASCII text with the letters first..last moved by delta, which is what
+// the root locale's case mappings do to ASCII; nothing for other texts.
+std::optional<icu::UnicodeString> shiftAsciiLetters(const icu::UnicodeString& text, char16_t first, char16_t last,
+                                                    int delta) {
+    const int32_t n = text.length();
+    const char16_t* src = text.getBuffer();
+    icu::UnicodeString out;
+    char16_t* buf = out.getBuffer(n);
+    if (!buf) return std::nullopt;
+    for (int32_t i = 0; i < n; ++i) {
+        if (src[i] >= 0x80) {
+            out.releaseBuffer(0);
+            return std::nullopt;
+        }
+        buf[i] = src[i] >= first && src[i] <= last ? static_cast<char16_t>(src[i] + delta) : src[i];
+    }
+    out.releaseBuffer(n);
+    return out;
+}
+
 }  // namespace
+
+// Code point by code point, with ASCII, the common case, on a short path.
+icu::UnicodeString foldCaseSameLength(const icu::UnicodeString& s) {
+    icu::UnicodeString out;
+    const int32_t n = s.length();
+    char16_t* buf = out.getBuffer(n);
+    if (!buf) return s;
+    const char16_t* src = s.getBuffer();
+    int32_t i = 0;
+    while (i < n) {
+        // ASCII, the common case, folds A-Z to a-z and nothing else.
+        if (src[i] < 0x80) {
+            buf[i] = src[i] >= u'A' && src[i] <= u'Z' ? static_cast<char16_t>(src[i] + 0x20) : src[i];
+            ++i;
+            continue;
+        }
+        const int32_t start = i;
+        UChar32 c;
+        U16_NEXT(src, i, n, c);
+        UChar32 folded = u_foldCase(c, U_FOLD_CASE_DEFAULT);
+        if (U16_LENGTH(folded) != i - start) folded = c;
+        int32_t at = start;
+        UBool unusedError = false;
+        U16_APPEND(buf, at, n, folded, unusedError);
+        if (unusedError) buf[start] = src[start];
+    }
+    out.releaseBuffer(n);
+    return out;
+}
 
 std::int32_t indexOf(const icu::UnicodeString& text, const icu::UnicodeString& needle, std::int32_t from,
                      CaseSensitivity cs) {
     if (needle.isEmpty() || from < 0 || from > text.length()) return -1;
     if (cs == CaseSensitive) return text.indexOf(needle, from);
-    return foldSameLength(text).indexOf(foldSameLength(needle), from);
+    return foldCaseSameLength(text).indexOf(foldCaseSameLength(needle), from);
 }
 
 bool contains(const icu::UnicodeString& text, const icu::UnicodeString& needle, CaseSensitivity cs) {
@@ -90,18 +109,18 @@ bool contains(const icu::UnicodeString& text, const icu::UnicodeString& needle, 
 bool hasPrefix(const icu::UnicodeString& text, const icu::UnicodeString& prefix, CaseSensitivity cs) {
     if (prefix.length() > text.length()) return false;
     if (cs == CaseSensitive) return text.startsWith(prefix);
-    return foldSameLength(icu::UnicodeString(text, 0, prefix.length())) == foldSameLength(prefix);
+    return foldCaseSameLength(icu::UnicodeString(text, 0, prefix.length())) == foldCaseSameLength(prefix);
 }
 
 bool equalsCaseInsensitive(const icu::UnicodeString& a, const icu::UnicodeString& b) {
-    return a.length() == b.length() && foldSameLength(a) == foldSameLength(b);
+    return a.length() == b.length() && foldCaseSameLength(a) == foldCaseSameLength(b);
 }
 
 icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::UnicodeString& target,
                               const icu::UnicodeString& replacement, CaseSensitivity cs) {
     if (target.isEmpty()) return text;
-    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
-    const icu::UnicodeString needle = cs == CaseSensitive ? target : foldSameLength(target);
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldCaseSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? target : foldCaseSameLength(target);
     icu::UnicodeString out;
     int32_t pos = 0;
     for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
@@ -117,8 +136,8 @@ std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu:
                                       CaseSensitivity cs) {
     std::vector<icu::UnicodeString> out;
     if (separator.isEmpty()) return {text};
-    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
-    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldSameLength(separator);
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldCaseSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldCaseSameLength(separator);
     int32_t pos = 0;
     for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
         out.emplace_back(text, pos, at - pos);
@@ -236,11 +255,13 @@ std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeStri
 }
 
 icu::UnicodeString toUpper(const icu::UnicodeString& text) {
+    if (auto ascii = shiftAsciiLetters(text, u'a', u'z', u'A' - u'a')) return *ascii;
     icu::UnicodeString out(text);
     return out.toUpper(icu::Locale::getRoot());
 }
 
 icu::UnicodeString toLower(const icu::UnicodeString& text) {
+    if (auto ascii = shiftAsciiLetters(text, u'A', u'Z', u'a' - u'A')) return *ascii;
     icu::UnicodeString out(text);
     return out.toLower(icu::Locale::getRoot());
 }
