@@ -80,8 +80,9 @@ private:
     static constexpr std::size_t kLinearEntries = 8;
     static constexpr std::size_t kMissing = static_cast<std::size_t>(-1);
     std::size_t find(const icu::UnicodeString& key) const;
-    // Records entry at in the index, which has a free slot.
-    void indexEntry(std::size_t at);
+    // find's answer, and while the index is kept, the slot where the search
+    // ended: the key's, or the free one where it belongs.
+    std::pair<std::size_t, std::size_t> locate(const icu::UnicodeString& key) const;
     void rebuildIndex();
 
     std::vector<Entry> entries_;
