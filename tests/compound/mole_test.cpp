@@ -135,6 +135,37 @@ TEST(MoleTest, LongStreamIsCutAfterMaximumPieces) {
     }
 }
 
+TEST(MoleTest, SmallSectorsComeInChainOrderAndReadZerosPastTheData) {
+    CfbWriter w;
+    const Bytes data = pattern(1000, 3);
+    w.addStream("s", data);
+    CfbImage image = w.build();
+    const auto piece = [&](std::size_t k) { return Bytes(data.begin() + 64 * k, data.begin() + 64 * (k + 1)); };
+
+    // A chain that jumps back and forth: runs of neighbours and single sectors.
+    CfbImage shuffled = image;
+    const auto chain = shuffled.streamSectors("s");
+    shuffled.setMiniFatEntry(chain[0], chain[3]);
+    shuffled.setMiniFatEntry(chain[4], chain[1]);
+    shuffled.setMiniFatEntry(chain[1], testing::kEndOfChain);
+    Bytes expected;
+    for (std::size_t k : {0, 3, 4, 1}) {
+        const Bytes p = piece(k);
+        expected.insert(expected.end(), p.begin(), p.end());
+    }
+    EXPECT_EQ(*open(shuffled).getStream(u"s"), expected);
+
+    // The small area is the last thing in the file: cut it 100 bytes into its second sector.
+    ASSERT_EQ(image.miniStreamSectors.size(), 2u);
+    ASSERT_EQ(image.bytes.size(), image.sectorOffset(image.miniStreamSectors[1]) + 512);
+    image.bytes.resize(image.bytes.size() - 412);
+    auto cut = open(image).getStream(u"s");
+    ASSERT_TRUE(cut);
+    ASSERT_EQ(cut->size(), 1024u);
+    EXPECT_TRUE(std::equal(data.begin(), data.begin() + 612, cut->begin()));
+    EXPECT_TRUE(std::all_of(cut->begin() + 612, cut->end(), [](auto c) { return c == 0; }));
+}
+
 TEST(MoleTest, MissingStreamsAndStoragesYieldNothing) {
     CfbWriter w;
     w.addStream("s/t", Bytes(1, 1));

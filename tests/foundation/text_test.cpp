@@ -69,11 +69,22 @@ TEST(TextTest, RemovingPercentEncoding) {
     EXPECT_EQ(removingPercentEncoding(u"%4"), std::nullopt);
     EXPECT_EQ(removingPercentEncoding(u"%zz"), std::nullopt);
     EXPECT_EQ(removingPercentEncoding(u"%E9"), std::nullopt);  // not UTF-8
+    // Escapes far into a long text, and one whose digits are not ASCII.
+    const U run(u"0123456789abcdefghijklmnopqrstuvwxyz0123456789");
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%41").append(run).append(u"%42")),
+              U(run).append(u"A").append(run).append(u"B"));
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%41").append(run).append(u"%4")), std::nullopt);
+    EXPECT_EQ(removingPercentEncoding(U(run).append(u"%\uFF14\uFF11")), std::nullopt);
 }
 
 TEST(TextTest, CaseMappingIgnoresProcessLocale) {
     EXPECT_EQ(toUpper(u"title"), U(u"TITLE"));
     EXPECT_EQ(toLower(u"ISO"), U(u"iso"));
+    // Characters next to the ASCII letters stay; other texts take the full mapping.
+    EXPECT_EQ(toUpper(u"@az[`{ 09"), U(u"@AZ[`{ 09"));
+    EXPECT_EQ(toLower(u"@AZ[`{ 09"), U(u"@az[`{ 09"));
+    EXPECT_EQ(toUpper(u"stra\u00DFe"), U(u"STRASSE"));
+    EXPECT_EQ(toLower(u"\u00C4RGER"), U(u"\u00E4rger"));
 }
 
 }  // namespace

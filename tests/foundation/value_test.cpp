@@ -26,6 +26,30 @@ TEST(DictionaryTest, EraseKeepsLookupsConsistent) {
     EXPECT_EQ(d.keys(), (std::vector<icu::UnicodeString>{u"a", u"c", u"d", u"e"}));
 }
 
+TEST(DictionaryTest, LargeDictionariesFindEveryKeyAsTheyGrowAndShrink) {
+    // Past a few keys lookups go through a hash index, rebuilt as it fills up.
+    const auto key = [](int i) { return fromUtf8("__substg1.0_" + std::to_string(i)); };
+    Dictionary d;
+    for (int i = 0; i < 300; ++i) {
+        d.set(key(i), Value(i));
+        ASSERT_EQ(d.get(key(i / 2))->toInt64(), i / 2) << i;
+    }
+    for (int i = 0; i < 300; i += 3) d.set(key(i), Value(-i));
+    ASSERT_EQ(d.size(), 300u);
+    EXPECT_EQ(d.keys()[3], key(3));
+    for (int i = 0; i < 300; ++i) EXPECT_EQ(d.get(key(i))->toInt64(), i % 3 ? i : -i);
+    EXPECT_EQ(d.get(key(300)), nullptr);
+
+    Dictionary copy = d;
+    for (int i = 0; i < 295; ++i) ASSERT_TRUE(copy.erase(key(i)));
+    EXPECT_EQ(copy.keys(), (std::vector<icu::UnicodeString>{key(295), key(296), key(297), key(298), key(299)}));
+    EXPECT_EQ(copy.get(key(10)), nullptr);
+    copy.set(key(10), Value(10));
+    EXPECT_EQ(copy.get(key(10))->toInt64(), 10);
+    EXPECT_EQ(d.get(key(10))->toInt64(), 10) << "the original keeps its entries";
+    EXPECT_EQ(d.size(), 300u);
+}
+
 TEST(DictionaryTest, EqualityIgnoresOrderButNotValues) {
     Dictionary a, b;
     a.set(u"x", Value(1u));

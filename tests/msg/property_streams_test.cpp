@@ -18,6 +18,9 @@ TEST(PropertyStreamsTest, StreamNamesAreEightUpperCaseHexDigits) {
     EXPECT_EQ(ReadMSG::getHexFromElement(0x1013, 0x0102), u"10130102");
     EXPECT_EQ(ReadMSG::getHexFromElement(0, 0x001F), u"");
     EXPECT_EQ(ReadMSG::getHexFromElement(0x0037, 0), u"");
+    // Numbers past four digits are written whole.
+    EXPECT_EQ(ReadMSG::getHexFromElement(0x12345, 0xABCDEF01), u"12345ABCDEF01");
+    EXPECT_EQ(ReadMSG::getHexFromElement(0xFFFFFFFF, 0x10000), u"FFFFFFFF10000");
     EXPECT_EQ(ReadMSG::generateKeyFromPrefix(kPrefix, 3, 0x0102), u"__substg1.0_00030102");
 }
 

@@ -31,6 +31,19 @@ TEST(StringCleaningTest, TruncateAtGarbageCharacters) {
     EXPECT_EQ(truncateAtGarbageCharacters(U()), U());
 }
 
+TEST(StringCleaningTest, TruncateAtGarbageCharactersInLongText) {
+    // Long runs of ordinary text are passed over in blocks; what follows them
+    // must be judged as it would be character by character.
+    const U run = U(u"0123456789").append(u"abcdefghijklmnopqrstuvwxyz").append(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+    EXPECT_EQ(truncateAtGarbageCharacters(U(run).append(U(u"\0tail", 5))), run);
+    EXPECT_EQ(truncateAtGarbageCharacters(U(run).append(u"x\u4E00\u4E01\u4E02").append(run)), U(run).append(u"x"));
+    EXPECT_EQ(truncateAtGarbageCharacters(U(run).append(u"\u4E00").append(run).append(u"\u4E01")),
+              U(run).append(u"\u4E00").append(run).append(u"\u4E01"));
+    // A NUL or a high character inside the first block is found there too.
+    EXPECT_EQ(truncateAtGarbageCharacters(U(u"ab\0", 3).append(run)), U(u"ab"));
+    EXPECT_EQ(truncateAtGarbageCharacters(U(u"\u4E00").append(run)), U(u"\u4E00").append(run));
+}
+
 TEST(StringCleaningTest, ZapGremlinsChain) {
     EXPECT_EQ(zapGremlins(U(u" \n Price 100%41 \uFFFF\t")), U(u"Price 100A"));
     // A broken escape keeps the text as it was before that step.

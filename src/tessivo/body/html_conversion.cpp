@@ -201,13 +201,15 @@ bool isHTML(const icu::UnicodeString& text) {
     if (length < 13) return false;
     // The last "</html>" must start after length - 20; below 20 characters
     // that bound wraps around as an unsigned number and is never met.
-    const bool wholeDocument = hasPrefix(trimmed, u"<html", CaseInsensitive) && length >= 20 &&
-                               indexOf(trimmed, u"</html>", length - 19, CaseInsensitive) >= 0;
+    // Folded once for every search below; the markers are already folded.
+    const icu::UnicodeString folded = foldCaseSameLength(trimmed);
+    const bool wholeDocument =
+        folded.startsWith(u"<html") && length >= 20 && folded.indexOf(icu::UnicodeString(u"</html>"), length - 19) >= 0;
     if (wholeDocument) return true;
-    if (hasPrefix(trimmed, u"<!DOCTYPE", CaseInsensitive)) return true;
+    if (folded.startsWith(u"<!doctype")) return true;
     int markers = 0;
     for (const char16_t* marker : {u"<head", u"<body", u"<html"})
-        if (contains(trimmed, marker, CaseInsensitive)) ++markers;
+        if (folded.indexOf(marker) >= 0) ++markers;
     return markers >= 2;
 }
 

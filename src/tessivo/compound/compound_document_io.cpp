@@ -304,21 +304,35 @@ std::optional<SmallSectorFault> CompoundDocumentIO::smallSectorFault(std::uint64
     return std::nullopt;
 }
 
+void CompoundDocumentIO::copyData(std::uint64_t start, std::uint8_t* out, std::uint64_t n) const {
+    std::memset(out, 0, n);
+    if (start < data_.size()) std::memcpy(out, data_.data() + start, std::min(n, data_.size() - start));
+}
+
 void CompoundDocumentIO::copyBigSector(std::uint64_t sector, std::uint64_t offset, std::uint8_t* out,
                                        std::uint64_t n) const {
-    std::memset(out, 0, n);
-    const std::uint64_t start = (sector + 1) * bigSectorSize() + offset;
-    if (start < data_.size()) std::memcpy(out, data_.data() + start, std::min(n, data_.size() - start));
+    copyData((sector + 1) * bigSectorSize() + offset, out, n);
+}
+
+std::optional<std::uint64_t> CompoundDocumentIO::smallSectorOffset(std::uint64_t sector) const {
+    if (smallSectorFault(sector)) return std::nullopt;
+    const std::uint64_t position = sector * smallSectorSize();
+    return (std::uint64_t{smallSectorArray_[position / bigSectorSize()]} + 1) * bigSectorSize() +
+           position % bigSectorSize();
+}
+
+void CompoundDocumentIO::appendData(Bytes& out, std::optional<std::uint64_t> offset, std::uint64_t n) const {
+    const std::uint64_t available = offset && *offset < data_.size() ? std::min(n, data_.size() - *offset) : 0;
+    if (available > 0) out.insert(out.end(), data_.begin() + *offset, data_.begin() + *offset + available);
+    out.resize(out.size() + (n - available));
 }
 
 void CompoundDocumentIO::copySmallSector(std::uint64_t sector, std::uint64_t offset, std::uint8_t* out,
                                          std::uint64_t n) const {
-    if (smallSectorFault(sector)) {
+    if (const auto start = smallSectorOffset(sector))
+        copyData(*start + offset, out, n);
+    else
         std::memset(out, 0, n);
-        return;
-    }
-    const std::uint64_t position = sector * smallSectorSize();
-    copyBigSector(smallSectorArray_[position / bigSectorSize()], position % bigSectorSize() + offset, out, n);
 }
 
 std::uint64_t CompoundDocumentIO::loadSmallSectors(std::span<const std::uint32_t> sectors, std::uint8_t* buffer,

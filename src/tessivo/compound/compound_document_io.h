@@ -109,6 +109,12 @@ public:
     void copySmallSector(std::uint64_t sector, std::uint64_t offset, std::uint8_t* out, std::uint64_t n) const;
     // Why small sector t cannot be located, or nothing.
     std::optional<SmallSectorFault> smallSectorFault(std::uint64_t sector) const;
+    // Where small sector t starts in the data (perhaps past their end), or
+    // nothing when it cannot be located.
+    std::optional<std::uint64_t> smallSectorOffset(std::uint64_t sector) const;
+    // Appends n bytes of the data from offset to out, zeros where the data
+    // end; n zeros for no offset.
+    void appendData(Bytes& out, std::optional<std::uint64_t> offset, std::uint64_t n) const;
 
     const Header& header() const { return header_; }
     const DirectoryTree& directoryTree() const { return directoryTree_; }
@@ -131,6 +137,8 @@ private:
     // as it goes. The rest of the buffer stays zero and is not returned.
     Bytes loadedPrefix(std::span<const std::uint32_t> chain, std::optional<std::size_t>* firstMissing) const;
     std::uint32_t firstWordOfSector(std::uint64_t sector) const;
+    // n bytes of the data from start, zeros where they end.
+    void copyData(std::uint64_t start, std::uint8_t* out, std::uint64_t n) const;
 
     Bytes owned_;
     ByteView data_;

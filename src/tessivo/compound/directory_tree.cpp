@@ -132,7 +132,9 @@ std::int64_t DirectoryTree::parent(std::uint64_t index) const {
 
 int DirectoryTree::compareDirectoryName(const icu::UnicodeString& a, const icu::UnicodeString& b) {
     if (a.length() != b.length()) return a.length() < b.length() ? -1 : 1;
-    const int8_t order = a.compare(b);
+    // Code unit order, as UnicodeString::compare, without its call per comparison.
+    const int order = std::u16string_view(a.getBuffer(), static_cast<std::size_t>(a.length()))
+                          .compare(std::u16string_view(b.getBuffer(), static_cast<std::size_t>(b.length())));
     return order < 0 ? -1 : (order > 0 ? 1 : 0);
 }
 
@@ -253,6 +255,8 @@ std::uint64_t DirectoryTree::findChildWithIndex(std::uint64_t storage, const icu
 
 ChildLookup DirectoryTree::resolve(std::uint64_t storage, const icu::UnicodeString& relativePath) const {
     ChildLookup lookup{ChildLookup::Ending::Found, storage, std::nullopt};
+    // A plain name, what listings ask for, needs no splitting.
+    if (!relativePath.isEmpty() && relativePath.indexOf(u'/') < 0) return lookupChild(storage, relativePath);
     std::int32_t begin = 0;
     while (begin <= relativePath.length()) {
         std::int32_t end = relativePath.indexOf(u'/', begin);

@@ -156,8 +156,8 @@ StreamWithZeroTail Mole::readStream(const StreamHandler& handler, const icu::Uni
     const std::uint64_t total = handler.chainBytes();
     const std::uint64_t length = std::min<std::uint64_t>(total, compound::kMaxStreamBytes);
     const std::uint64_t stored = countZeroTail ? std::min(length, handler.bytesInData()) : length;
-    Bytes bytes(stored);
-    handler.copyPrefix(bytes.data(), stored);
+    Bytes bytes;
+    handler.appendPrefix(bytes, stored);
     if (handler.usesSmallSectors()) {
         const CompoundDocumentIO& io = *compoundDocument_->io();
         const std::uint64_t size = handler.sectorSize();

@@ -1,7 +1,7 @@
 #include "tessivo/compound/stream_handler.h"
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
 
 #include "tessivo/compound/compound_document_io.h"
 #include "tessivo/compound/limits.h"
@@ -87,28 +87,28 @@ std::uint64_t StreamHandler::bytesInData() const {
     return 0;
 }
 
-void StreamHandler::copyPrefix(std::uint8_t* out, std::uint64_t n) const {
+void StreamHandler::appendPrefix(Bytes& out, std::uint64_t n) const {
     const std::uint64_t size = sectorSize();
-    const ByteView data = io_->data();
-    std::uint64_t copied = 0;
-    std::size_t index = 0;
-    if (usesSmallSectors()) {
-        for (; copied < n; ++index, copied += size)
-            copyFromSector(index, 0, out + copied, std::min(size, n - copied), false);
-        return;
+    const bool small = usesSmallSectors();
+    out.reserve(out.size() + n);
+    // Sectors that follow each other in the data are appended as one run.
+    std::optional<std::uint64_t> runStart;
+    std::uint64_t runBytes = 0;
+    for (std::size_t index = 0; n > 0; ++index) {
+        const std::uint32_t sector = chain_.sectors[index];
+        const std::optional<std::uint64_t> start =
+            small ? io_->smallSectorOffset(sector) : std::optional<std::uint64_t>((sector + std::uint64_t{1}) * size);
+        const std::uint64_t take = std::min(size, n);
+        if (runStart && start && *start == *runStart + runBytes) {
+            runBytes += take;
+        } else {
+            io_->appendData(out, runStart, runBytes);
+            runStart = start;
+            runBytes = take;
+        }
+        n -= take;
     }
-    // Big sectors that follow each other in the file are copied as one run.
-    while (copied < n) {
-        std::size_t runEnd = index + 1;
-        while (runEnd < chain_.sectors.size() && chain_.sectors[runEnd] == chain_.sectors[runEnd - 1] + 1) ++runEnd;
-        const std::uint64_t runBytes = std::min<std::uint64_t>((runEnd - index) * size, n - copied);
-        const std::uint64_t start = (static_cast<std::uint64_t>(chain_.sectors[index]) + 1) * size;
-        const std::uint64_t available = start < data.size() ? std::min(runBytes, data.size() - start) : 0;
-        if (available > 0) std::memcpy(out + copied, data.data() + start, available);
-        std::memset(out + copied + available, 0, runBytes - available);
-        copied += runBytes;
-        index = runEnd;
-    }
+    io_->appendData(out, runStart, runBytes);
 }
 
 }  // namespace tessivo

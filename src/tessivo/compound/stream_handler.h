@@ -39,9 +39,9 @@ public:
     // Reads at the current position and advances it.
     std::uint64_t read(std::uint8_t* data, std::uint64_t maxLength);
 
-    // Copies the first n bytes of the chain (n at most chainBytes()) into out,
+    // Appends the first n bytes of the chain (n at most chainBytes()) to out,
     // without any message.
-    void copyPrefix(std::uint8_t* out, std::uint64_t n) const;
+    void appendPrefix(Bytes& out, std::uint64_t n) const;
     // Bytes the chain holds: its length times the sector size.
     std::uint64_t chainBytes() const { return chain_.sectors.size() * sectorSize(); }
     // The chain's bytes up to the end of its last sector that lies in the

@@ -15,9 +15,59 @@
 namespace tessivo {
 namespace {
 
-// Simple case folding, code point by code point; a folding that would change
-// the UTF-16 length keeps the original, so offsets map one to one.
-icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
+const icu::UnicodeSet& frozenSet(const char16_t* pattern) {
+    // Each call site passes its own literal and keeps the reference in a static.
+    UErrorCode ec = U_ZERO_ERROR;
+    auto* set = new icu::UnicodeSet(icu::UnicodeString(pattern), ec);
+    set->freeze();
+    return *set;
+}
+
+int hexValue(char16_t c) {
+    if (c >= u'0' && c <= u'9') return c - u'0';
+    if (c >= u'a' && c <= u'f') return c - u'a' + 10;
+    if (c >= u'A' && c <= u'F') return c - u'A' + 10;
+    return -1;
+}
+
+// The first index at or after from of unit in s[0, n), or n. Blocks without
+// it are passed over with one test each, as most texts have none.
+int32_t findUnit(const char16_t* s, int32_t n, char16_t unit, int32_t from) {
+    constexpr int32_t kBlock = 32;
+    int32_t i = from;
+    for (; n - i >= kBlock; i += kBlock) {
+        char16_t found = 0;
+        for (int32_t k = 0; k < kBlock; ++k) found |= static_cast<char16_t>(s[i + k] == unit);
+        if (found) break;
+    }
+    while (i < n && s[i] != unit) ++i;
+    return i;
+}
+
+// An ASCII text with the letters first..last moved by delta, which is what
+// the root locale's case mappings do to ASCII; nothing for other texts.
+std::optional<icu::UnicodeString> shiftAsciiLetters(const icu::UnicodeString& text, char16_t first, char16_t last,
+                                                    int delta) {
+    const int32_t n = text.length();
+    const char16_t* src = text.getBuffer();
+    icu::UnicodeString out;
+    char16_t* buf = out.getBuffer(n);
+    if (!buf) return std::nullopt;
+    for (int32_t i = 0; i < n; ++i) {
+        if (src[i] >= 0x80) {
+            out.releaseBuffer(0);
+            return std::nullopt;
+        }
+        buf[i] = src[i] >= first && src[i] <= last ? static_cast<char16_t>(src[i] + delta) : src[i];
+    }
+    out.releaseBuffer(n);
+    return out;
+}
+
+}  // namespace
+
+// Code point by code point, with ASCII, the common case, on a short path.
+icu::UnicodeString foldCaseSameLength(const icu::UnicodeString& s) {
     icu::UnicodeString out;
     const int32_t n = s.length();
     char16_t* buf = out.getBuffer(n);
@@ -45,28 +95,11 @@ icu::UnicodeString foldSameLength(const icu::UnicodeString& s) {
     return out;
 }
 
-const icu::UnicodeSet& frozenSet(const char16_t* pattern) {
-    // Each call site passes its own literal and keeps the reference in a static.
-    UErrorCode ec = U_ZERO_ERROR;
-    auto* set = new icu::UnicodeSet(icu::UnicodeString(pattern), ec);
-    set->freeze();
-    return *set;
-}
-
-int hexValue(char16_t c) {
-    if (c >= u'0' && c <= u'9') return c - u'0';
-    if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-    if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-    return -1;
-}
-
-}  // namespace
-
 std::int32_t indexOf(const icu::UnicodeString& text, const icu::UnicodeString& needle, std::int32_t from,
                      CaseSensitivity cs) {
     if (needle.isEmpty() || from < 0 || from > text.length()) return -1;
     if (cs == CaseSensitive) return text.indexOf(needle, from);
-    return foldSameLength(text).indexOf(foldSameLength(needle), from);
+    return foldCaseSameLength(text).indexOf(foldCaseSameLength(needle), from);
 }
 
 bool contains(const icu::UnicodeString& text, const icu::UnicodeString& needle, CaseSensitivity cs) {
@@ -76,18 +109,18 @@ bool contains(const icu::UnicodeString& text, const icu::UnicodeString& needle, 
 bool hasPrefix(const icu::UnicodeString& text, const icu::UnicodeString& prefix, CaseSensitivity cs) {
     if (prefix.length() > text.length()) return false;
     if (cs == CaseSensitive) return text.startsWith(prefix);
-    return foldSameLength(icu::UnicodeString(text, 0, prefix.length())) == foldSameLength(prefix);
+    return foldCaseSameLength(icu::UnicodeString(text, 0, prefix.length())) == foldCaseSameLength(prefix);
 }
 
 bool equalsCaseInsensitive(const icu::UnicodeString& a, const icu::UnicodeString& b) {
-    return a.length() == b.length() && foldSameLength(a) == foldSameLength(b);
+    return a.length() == b.length() && foldCaseSameLength(a) == foldCaseSameLength(b);
 }
 
 icu::UnicodeString replaceAll(const icu::UnicodeString& text, const icu::UnicodeString& target,
                               const icu::UnicodeString& replacement, CaseSensitivity cs) {
     if (target.isEmpty()) return text;
-    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
-    const icu::UnicodeString needle = cs == CaseSensitive ? target : foldSameLength(target);
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldCaseSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? target : foldCaseSameLength(target);
     icu::UnicodeString out;
     int32_t pos = 0;
     for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
@@ -103,8 +136,8 @@ std::vector<icu::UnicodeString> split(const icu::UnicodeString& text, const icu:
                                       CaseSensitivity cs) {
     std::vector<icu::UnicodeString> out;
     if (separator.isEmpty()) return {text};
-    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldSameLength(text);
-    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldSameLength(separator);
+    const icu::UnicodeString haystack = cs == CaseSensitive ? text : foldCaseSameLength(text);
+    const icu::UnicodeString needle = cs == CaseSensitive ? separator : foldCaseSameLength(separator);
     int32_t pos = 0;
     for (int32_t at = haystack.indexOf(needle, 0); at >= 0; at = haystack.indexOf(needle, pos)) {
         out.emplace_back(text, pos, at - pos);
@@ -193,7 +226,16 @@ icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::U
 }
 
 std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text) {
-    if (text.indexOf(u'%') < 0) return text;
+    // Hex digits are ASCII, so a "%" without two of them after it is found
+    // as well in UTF-16 as in the UTF-8 below, without converting first.
+    const char16_t* s = text.getBuffer();
+    const int32_t n = text.length();
+    bool escaped = false;
+    for (int32_t i = findUnit(s, n, u'%', 0); i < n; i = findUnit(s, n, u'%', i + 3)) {
+        if (i + 2 >= n || hexValue(s[i + 1]) < 0 || hexValue(s[i + 2]) < 0) return std::nullopt;
+        escaped = true;
+    }
+    if (!escaped) return text;
     const std::string utf8 = toUtf8(text);
     Bytes bytes;
     bytes.reserve(utf8.size());
@@ -213,11 +255,13 @@ std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeStri
 }
 
 icu::UnicodeString toUpper(const icu::UnicodeString& text) {
+    if (auto ascii = shiftAsciiLetters(text, u'a', u'z', u'A' - u'a')) return *ascii;
     icu::UnicodeString out(text);
     return out.toUpper(icu::Locale::getRoot());
 }
 
 icu::UnicodeString toLower(const icu::UnicodeString& text) {
+    if (auto ascii = shiftAsciiLetters(text, u'A', u'Z', u'a' - u'A')) return *ascii;
     icu::UnicodeString out(text);
     return out.toLower(icu::Locale::getRoot());
 }

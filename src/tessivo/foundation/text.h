@@ -25,6 +25,12 @@ namespace tessivo {
 
 enum CaseSensitivity { CaseSensitive, CaseInsensitive };
 
+// Simple case folding that keeps the UTF-16 length (a folding that would
+// change it keeps the original character), so indexes in the result are
+// those of text: what case-insensitive searches compare. Fold a long text
+// once to search it for several needles.
+icu::UnicodeString foldCaseSameLength(const icu::UnicodeString& text);
+
 // First index of needle at or after from, or -1. An empty needle is never found.
 std::int32_t indexOf(const icu::UnicodeString& text, const icu::UnicodeString& needle, std::int32_t from = 0,
                      CaseSensitivity cs = CaseSensitive);

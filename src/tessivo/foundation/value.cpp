@@ -11,32 +11,45 @@ Dictionary& Dictionary::operator=(const Dictionary&) = default;
 Dictionary& Dictionary::operator=(Dictionary&&) noexcept = default;
 Dictionary::~Dictionary() = default;
 
-std::size_t Dictionary::find(const icu::UnicodeString& key) const {
+std::size_t Dictionary::find(const icu::UnicodeString& key) const { return locate(key).first; }
+
+std::pair<std::size_t, std::size_t> Dictionary::locate(const icu::UnicodeString& key) const {
     if (index_.empty()) {
         for (std::size_t i = 0; i < entries_.size(); ++i)
-            if (entries_[i].first == key) return i;
-        return kMissing;
+            if (entries_[i].first == key) return {i, 0};
+        return {kMissing, 0};
     }
-    auto it = index_.find(key);
-    return it == index_.end() ? kMissing : it->second;
+    const std::size_t mask = index_.size() - 1;
+    std::size_t slot = UnicodeStringHash{}(key) & mask;
+    for (; index_[slot] != 0; slot = (slot + 1) & mask)
+        if (entries_[index_[slot] - 1].first == key) return {index_[slot] - 1, slot};
+    return {kMissing, slot};
 }
 
 void Dictionary::rebuildIndex() {
     index_.clear();
     if (entries_.size() <= kLinearEntries) return;
-    index_.reserve(entries_.size());
-    for (std::size_t i = 0; i < entries_.size(); ++i) index_.emplace(entries_[i].first, i);
+    std::size_t slots = 4 * kLinearEntries;
+    while (slots < 2 * entries_.size()) slots *= 2;
+    index_.assign(slots, 0);
+    const std::size_t mask = slots - 1;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        std::size_t slot = UnicodeStringHash{}(entries_[i].first) & mask;
+        while (index_[slot] != 0) slot = (slot + 1) & mask;
+        index_[slot] = static_cast<std::uint32_t>(i + 1);
+    }
 }
 
 void Dictionary::set(const icu::UnicodeString& key, Value value) {
-    if (const std::size_t at = find(key); at != kMissing) {
+    const auto [at, freeSlot] = locate(key);
+    if (at != kMissing) {
         entries_[at].second = std::move(value);
         return;
     }
     if (entries_.empty()) entries_.reserve(4);
     entries_.emplace_back(key, std::move(value));
-    if (!index_.empty())
-        index_.emplace(key, entries_.size() - 1);
+    if (!index_.empty() && 2 * entries_.size() <= index_.size())
+        index_[freeSlot] = static_cast<std::uint32_t>(entries_.size());
     else if (entries_.size() > kLinearEntries)
         rebuildIndex();
 }

@@ -13,7 +13,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -81,10 +80,16 @@ private:
     static constexpr std::size_t kLinearEntries = 8;
     static constexpr std::size_t kMissing = static_cast<std::size_t>(-1);
     std::size_t find(const icu::UnicodeString& key) const;
+    // find's answer, and while the index is kept, the slot where the search
+    // ended: the key's, or the free one where it belongs.
+    std::pair<std::size_t, std::size_t> locate(const icu::UnicodeString& key) const;
     void rebuildIndex();
 
     std::vector<Entry> entries_;
-    std::unordered_map<icu::UnicodeString, std::size_t, UnicodeStringHash> index_;  // empty while small
+    // Open addressing with linear probing: each slot holds an entry's
+    // position plus one, 0 when free; a power of two in size, at least twice
+    // the entries. Empty while small.
+    std::vector<std::uint32_t> index_;
 };
 
 // The platform's object values: null, boolean, signed, unsigned, double,

@@ -32,21 +32,23 @@ Dictionary ReadMSG::buildHeaderForMessage(const Dictionary& rawMessageEntries) {
     for (std::int32_t start = 0; start <= length;) {
         std::int32_t end = fullHeader_.indexOf(u'\n', start);
         if (end < 0) end = length;
-        const icu::UnicodeString line(fullHeader_, start, end - start);
+        // Borrowed from the header text, not copied.
+        const icu::UnicodeString line = fullHeader_.tempSubString(start, end - start);
         start = end + 1;
         // A line that begins with a space (or is empty) has no first word and is skipped.
         std::int32_t space = line.indexOf(u' ');
         if (space < 0) space = line.length();
         if (space == 0) continue;
-        const icu::UnicodeString firstWord = trim(icu::UnicodeString(line, 0, space), whitespaceAndNewlineSet());
-        if (!firstWord.endsWith(u":")) {
+        // The first word, trimmed, ends with ":" where a header begins.
+        const std::int32_t wordEnd = whitespaceAndNewlineSet().spanBack(line.getBuffer(), space, USET_SPAN_SIMPLE);
+        if (wordEnd == 0 || line[wordEnd - 1] != u':') {
             value.append(u'\n').append(line);
             continue;
         }
         if (!name.isEmpty() && !value.isEmpty()) storeHeader(header, name, value);
         const std::int32_t colon = line.indexOf(u':');
         name = icu::UnicodeString(line, 0, colon);
-        value = trim(icu::UnicodeString(line, colon + 1), whitespaceAndNewlineSet());
+        value = trim(line.tempSubString(colon + 1), whitespaceAndNewlineSet());
     }
     // The header still pending here, the last of the text, is deliberately not stored.
     return header;

@@ -1,8 +1,6 @@
 // Property look-ups: stream names, string properties with their fallback,
 // fixed-length values and times in property streams, the 8-byte header of
 // sub-storages and the length-prefixed string lists of the named-property map.
-#include <cstdio>
-
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/msg/property_tags.h"
@@ -17,6 +15,16 @@ namespace {
 
 using namespace msg;
 
+// Writes value in upper-case hexadecimal, at least four digits (as "%04X"),
+// and answers how many: at most eight.
+std::size_t putHex(char16_t* out, std::uint32_t value) {
+    static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    std::size_t digits = 4;
+    while (digits < 8 && value >> (4 * digits) != 0) ++digits;
+    for (std::size_t d = 0; d < digits; ++d) out[d] = kDigits[(value >> (4 * (digits - 1 - d))) & 0xF];
+    return digits;
+}
+
 // A string list record: 32-bit byte length, the characters, two skipped bytes.
 constexpr std::size_t kListLengthBytes = 4;
 constexpr std::size_t kListTrailerBytes = 2;
@@ -25,9 +33,9 @@ constexpr std::size_t kListTrailerBytes = 2;
 
 icu::UnicodeString ReadMSG::getHexFromElement(std::uint32_t element, std::uint32_t elementType) {
     if (element == 0 || elementType == 0) return {};
-    char text[24];
-    std::snprintf(text, sizeof text, "%04X%04X", element, elementType);
-    return icu::UnicodeString(text, -1, US_INV);
+    char16_t text[16];
+    const std::size_t typeAt = putHex(text, element);
+    return icu::UnicodeString(text, static_cast<std::int32_t>(typeAt + putHex(text + typeAt, elementType)));
 }
 
 const Bytes* ReadMSG::getDataFromRoot(const icu::UnicodeString& root, std::uint32_t element,

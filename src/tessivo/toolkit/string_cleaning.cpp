@@ -1,5 +1,6 @@
 #include "tessivo/toolkit/string_cleaning.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <unicode/uniset.h>
@@ -20,6 +21,17 @@ constexpr int kGoodBeforeGarbage = 4;
 constexpr int kHighForGarbage = 3;
 // Share of disallowed characters the lenient validity check tolerates.
 constexpr double kLenientDisallowedShare = 0.05;
+
+// Characters looked at together by the ordinary-text path of truncateAtGarbageCharacters.
+constexpr int32_t kOrdinaryBlock = 32;
+
+// No NUL and nothing above kGarbageAbove among kOrdinaryBlock characters.
+bool blockIsOrdinary(const char16_t* s) {
+    // NUL wraps around to the highest value; one comparison of the largest tests all.
+    char16_t top = 0;
+    for (int32_t k = 0; k < kOrdinaryBlock; ++k) top = std::max(top, static_cast<char16_t>(s[k] - 1));
+    return top < kGarbageAbove;
+}
 
 const icu::UnicodeSet& frozen(const icu::UnicodeSet& set) {
     auto* s = new icu::UnicodeSet(set);
@@ -57,6 +69,12 @@ icu::UnicodeString truncateAtGarbageCharacters(const icu::UnicodeString& text) {
     int high = 0;
     bool stoppedAtNul = false;
     for (int32_t i = 0; i < length; ++i) {
+        // A block of ordinary characters (neither NUL nor high) only adds to good.
+        if (length - i >= kOrdinaryBlock && blockIsOrdinary(s + i)) {
+            good += kOrdinaryBlock;
+            i += kOrdinaryBlock - 1;
+            continue;
+        }
         const char16_t c = s[i];
         if (good < kGoodBeforeGarbage && c > kGarbageAbove) return text;
         if (c == 0 && good > 0) {
@@ -64,7 +82,8 @@ icu::UnicodeString truncateAtGarbageCharacters(const icu::UnicodeString& text) {
             break;
         }
         if (high < kHighForGarbage && c <= kGarbageAbove) ++good;
-        if (c > kGarbageAbove) ++high;
+        // From the third high character on, nothing changes the answer.
+        if (c > kGarbageAbove && ++high == kHighForGarbage) break;
     }
     if (!stoppedAtNul && high < kHighForGarbage) return text;
     return good < length ? icu::UnicodeString(text, 0, good) : text;
