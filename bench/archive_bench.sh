@@ -5,7 +5,7 @@
 #
 # BUILD_DIR (default build/release) must hold tools/tessivo/tessivo and
 # tests/hosts/make_messages. Measures `tessivo text --jsonl` with --jobs 1
-# and --jobs 2 (best of three runs) over the corpus's messages (.msg, .eml,
+# and --jobs 2 (median of seven paired runs) over the corpus's messages (.msg, .eml,
 # .dat, .tnef, copied 20 times so that a run lasts long enough to time) and
 # over 10,000 generated messages, a third each .msg, .eml and winmail .dat;
 # reports the peak memory of each run against 64 MB plus twice the largest
@@ -36,29 +36,40 @@ for copy in $(seq 1 20); do
 done
 "$make_messages" "$work/generated" 10000 --mixed
 
-# Seconds (best of three) and the largest peak resident size in KB for runs
-# of archive mode, as "seconds peak".
-best_run() {
-  local jobs=$1 dir=$2 best="" peak=0 t kb
-  for _ in 1 2 3; do
-    /usr/bin/time -f '%e %M' -o "$work/time" "$tessivo" text --jsonl --jobs "$jobs" "$dir" > /dev/null 2>&1 || true
-    read -r t kb < <(tail -1 "$work/time")
-    if [ -z "$best" ] || [ "$(echo "$t < $best" | bc)" = 1 ]; then best=$t; fi
-    if [ "$kb" -gt "$peak" ]; then peak=$kb; fi
+# Runs of archive mode with --jobs 1 and --jobs 2 in turn, seven pairs, timed
+# to the microsecond: taking the ratio pair by pair keeps it meaningful when
+# the machine's speed drifts. Prints "seconds1 seconds2 ratio peak": the
+# median of each and the largest peak resident size in KB.
+paired_runs() {
+  local dir=$1 peak=0 s e kb
+  : > "$work/pairs"
+  for _ in 1 2 3 4 5 6 7; do
+    local pair=()
+    for jobs in 1 2; do
+      s=$EPOCHREALTIME
+      /usr/bin/time -f '%M' -o "$work/time" "$tessivo" text --jsonl --jobs "$jobs" "$dir" > /dev/null 2>&1 || true
+      e=$EPOCHREALTIME
+      pair+=("$(echo "$e - $s" | bc -l)")
+      kb=$(tail -1 "$work/time")
+      if [ "$kb" -gt "$peak" ]; then peak=$kb; fi
+    done
+    echo "${pair[0]} ${pair[1]} $(echo "${pair[0]} / ${pair[1]}" | bc -l)" >> "$work/pairs"
   done
-  echo "$best $peak"
+  python3 - "$work/pairs" "$peak" <<'EOF'
+import statistics, sys
+rows = [list(map(float, line.split())) for line in open(sys.argv[1])]
+print(*(statistics.median(column) for column in zip(*rows)), sys.argv[2])
+EOF
 }
 
 printf '%-10s %7s %11s %11s %8s %10s %10s\n' "tree" "files" "jobs 1 f/s" "jobs 2 f/s" "speedup" "peak KB" "bound KB"
 for tree in corpus generated; do
   files=$(message_files "$work/$tree" | wc -l)
   largest=$(message_files "$work/$tree" | xargs stat -c %s | sort -n | tail -1)
-  read -r t1 p1 < <(best_run 1 "$work/$tree")
-  read -r t2 p2 < <(best_run 2 "$work/$tree")
-  peak=$(( p1 > p2 ? p1 : p2 ))
+  read -r t1 t2 ratio peak < <(paired_runs "$work/$tree")
   bound=$(( 64 * 1024 + 2 * largest / 1024 ))
   printf '%-10s %7d %11.0f %11.0f %7.2fx %10d %10d\n' "$tree" "$files" \
-    "$(echo "$files / $t1" | bc -l)" "$(echo "$files / $t2" | bc -l)" "$(echo "$t1 / $t2" | bc -l)" "$peak" "$bound"
+    "$(echo "$files / $t1" | bc -l)" "$(echo "$files / $t2" | bc -l)" "$ratio" "$peak" "$bound"
 done
 
 # Damaged copies: every corpus file cut at a third, and with bytes flipped
