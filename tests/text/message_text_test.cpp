@@ -182,6 +182,31 @@ TEST(MessageTextTest, InternetMessagesGiveTheirPlainPartInItsCharset) {
     EXPECT_EQ(utf8(messageText(html.bytes()).body), "Grüße aus Köln");
 }
 
+// The reader skips a message's first line and decodes the whole message with
+// one guessed encoding; the text reads the first header field all the same,
+// and an 8-bit part without transfer encoding by its own charset.
+TEST(MessageTextTest, InternetMessagesKeepTheirFirstFieldAndEightBitCharsets) {
+    for (const auto lineEnd : {MimePart::LineEnd::LF, MimePart::LineEnd::CRLF}) {
+        MimePart mail = MimePart::multipart(
+            "mixed", {MimePart::leaf("text/plain; charset=windows-1251",
+                                     inEncoding(u"Отчёт готов", encodings::Windows1251), MimePart::Encoding::None)});
+        mail.header("Subject", "Report").header("From", "ann@example.org");
+        EXPECT_EQ(utf8(messageText(mail.bytes(lineEnd)).text()),
+                  "Subject: Report\nFrom: ann@example.org\n\nОтчёт готов");
+
+        MimePart html = MimePart::leaf("text/html; charset=koi8-r", inEncoding(u"<p>Отчёт</p>", encodings::KOI8R),
+                                       MimePart::Encoding::None);
+        html.header("Subject", "Report");
+        EXPECT_EQ(utf8(messageText(html.bytes(lineEnd)).text()), "Subject: Report\n\nОтчёт");
+    }
+
+    // A message that is valid UTF-8 is read as UTF-8 whatever a part declares.
+    MimePart utf8Mail = MimePart::leaf("text/plain; charset=windows-1251", testing::bytesOf("Grüße"),
+                                       MimePart::Encoding::None);
+    utf8Mail.header("Received", "by test");
+    EXPECT_EQ(utf8(messageText(utf8Mail.bytes()).body), "Grüße");
+}
+
 TEST(MessageTextTest, TnefStreamsGiveTheirRtfText) {
     testing::MapiBlock props;
     props.binary(0x1009, testing::lzfuCompress(testing::bytesOf("{\\rtf1\\ansi Minutes of the meeting\\par}")));

@@ -16,6 +16,7 @@
 #include "tessivo/mime/mime_strings.h"
 #include "tessivo/msg/read_msg.h"
 #include "tessivo/text/body_decoding.h"
+#include "tessivo/text/mime_body.h"
 #include "tessivo/text/outlook_body.h"
 #include "tessivo/tnef/read_tnef.h"
 #include "tessivo/toolkit/string_cleaning.h"
@@ -81,73 +82,6 @@ MessageText tnefText(ByteView data) {
     return withBody(Format::Tnef, std::move(facts), WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(body));
 }
 
-// A part without a Content-Type is text/plain.
-bool isPart(const Dictionary& part, const char16_t* format) {
-    const auto* type = stringAt(part, u"contentType");
-    const auto* subtype = stringAt(part, u"contentFormat");
-    const bool typed = type && *type == u"text" && subtype && *subtype == format;
-    const bool untypedPlain = !type && icu::UnicodeString(format) == u"plain";
-    return (typed || untypedPlain) && part.contains(u"uaContent") && !part.contains(u"fileName");
-}
-
-// The charset parameter of the part whose body is body, read from the
-// header block just before it in the message's text (the reader keeps only
-// the parameter's name); "" when there is none.
-std::string declaredCharset(const icu::UnicodeString& raw, std::u16string_view body) {
-    const std::u16string_view text(raw.getBuffer(), static_cast<std::size_t>(raw.length()));
-    const std::size_t bodyAt = body.empty() ? std::u16string_view::npos : text.find(body.substr(0, 200));
-    if (bodyAt == std::u16string_view::npos) return {};
-    const std::size_t headerEnd = text.rfind(u"\n\n", bodyAt);
-    if (headerEnd == std::u16string_view::npos) return {};
-    const std::size_t previous = headerEnd == 0 ? std::u16string_view::npos : text.rfind(u"\n\n", headerEnd - 1);
-    const std::size_t headerStart = previous == std::u16string_view::npos ? 0 : previous + 2;
-    std::string header;
-    icu::UnicodeString(false, text.data() + headerStart, static_cast<std::int32_t>(headerEnd - headerStart)).toUTF8String(header);
-    std::transform(header.begin(), header.end(), header.begin(), [](unsigned char c) { return std::tolower(c); });
-    const std::size_t at = header.find("charset=");
-    if (at == std::string::npos) return {};
-    std::size_t i = at + 8;
-    while (i < header.size() && header[i] == '"') ++i;
-    const std::size_t start = i;
-    while (i < header.size() && (std::isalnum(static_cast<unsigned char>(header[i])) || header[i] == '-' || header[i] == '_')) ++i;
-    return header.substr(start, i - start);
-}
-
-// The text of a part's body. The reader decoded the message's text as a
-// whole, so a part without transfer encoding comes back as that text, and a
-// part in base64 or quoted-printable as the bytes it encodes, decoded here
-// by the charset it declares.
-icu::UnicodeString partText(const Dictionary& mail, const Dictionary& part, bool html) {
-    const Bytes bytes = mime::partBytes(part, "\n");
-    const auto* encoding = stringAt(part, u"encodingType");
-    std::optional<Encoding> charset = encodings::UTF8;
-    if (encoding && *encoding != u"text") {
-        const auto* raw = stringAt(mail, u"RawContentString");
-        const auto* body = stringAt(part, u"uaContent");
-        charset = raw && body && body->length() > 2
-                      ? encodingOfCharset(declaredCharset(*raw, std::u16string_view(body->getBuffer() + 2, body->length() - 2)))
-                      : std::nullopt;
-    }
-    if (html) return htmlText(bytes, {}, charset);
-    if (charset)
-        if (auto text = decode(bytes, *charset)) return WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(*text);
-    return eightBitText(bytes, {});
-}
-
-// The first text/plain part that is no attachment, else the first text/html one.
-icu::UnicodeString mimeBody(const Dictionary& mail) {
-    std::vector<const Dictionary*> parts;
-    if (const Value* list = mail.get(u"MailContent"); list && list->array())
-        for (const Value& part : *list->array())
-            if (part.dictionary()) parts.push_back(part.dictionary());
-    parts.push_back(&mail);
-    for (const bool html : {false, true})
-        for (const Dictionary* part : parts)
-            if (isPart(*part, html ? u"html" : u"plain"))
-                if (icu::UnicodeString text = partText(mail, *part, html); hasWords(text)) return text;
-    return {};
-}
-
 // Copies as the reader keeps them: "CC" as addresses, another spelling as the header's text.
 std::vector<icu::UnicodeString> mimeCopies(const Dictionary& mail) {
     if (mail.contains(u"CC")) return {};  // messageMetadata has them
@@ -169,9 +103,32 @@ bool startsLikeMessage(ByteView data) {
     return i > nameStart && i < data.size() && data[i] == ':';
 }
 
+// The reader never reads a message's first line (an mbox "From " line in
+// the files it was made for). A message that starts with a header field is
+// read with a line break before it, so that the field is not lost.
+Bytes withLineBefore(ByteView data) {
+    const auto firstBreak = std::find(data.begin(), data.end(), '\n');
+    const bool crlf = firstBreak != data.begin() && firstBreak != data.end() && *(firstBreak - 1) == '\r';
+    Bytes out;
+    out.reserve(data.size() + 2);
+    if (crlf) out.push_back('\r');
+    out.push_back('\n');
+    out.insert(out.end(), data.begin(), data.end());
+    return out;
+}
+
+// Whether the first line is a header field rather than an mbox "From " line or an empty line.
+bool startsWithHeaderField(ByteView data) {
+    constexpr std::string_view from = "From ";
+    const bool mbox = data.size() >= from.size() && std::equal(from.begin(), from.end(), data.begin());
+    return !data.empty() && data[0] != '\r' && data[0] != '\n' && !mbox;
+}
+
 MessageText mimeText(ByteView data) {
     if (!startsLikeMessage(data)) return notRead(Format::Mime, Outcome::NotMessage, "not a message: no header lines");
-    const auto reader = MIMEReader::initWithData(data);
+    const Bytes padded = startsWithHeaderField(data) ? withLineBefore(data) : Bytes();
+    const ByteView readBytes = padded.empty() ? data : ByteView(padded);
+    const auto reader = MIMEReader::initWithData(readBytes);
     if (!reader || reader->getDictionary().empty()) return notRead(Format::Mime, Outcome::NotMessage, "no message text");
     const Dictionary& mail = reader->getDictionary();
     importer::MessageMetadata facts = importer::messageMetadata(mail);
@@ -183,7 +140,7 @@ MessageText mimeText(ByteView data) {
     for (auto& copy : mimeCopies(mail)) facts.copies.push_back(std::move(copy));
     for (const Dictionary* part : mime::namedParts(mail))
         facts.attachmentNames.push_back(mime::attachmentName(*stringAt(*part, u"fileName")));
-    return withBody(Format::Mime, std::move(facts), mimeBody(mail));
+    return withBody(Format::Mime, std::move(facts), mimeBodyText(mail, readBytes));
 }
 
 icu::UnicodeString joined(const std::vector<icu::UnicodeString>& items) {

@@ -51,13 +51,16 @@ icu::UnicodeString StringWangers::stringFromNSData(const Value& object) {
     return {};
 }
 
-icu::UnicodeString StringWangers::stringFromNSData(ByteView bytes) {
+icu::UnicodeString StringWangers::stringFromNSData(ByteView bytes) { return decodedWithEncoding(bytes).text; }
+
+DetectedText StringWangers::decodedWithEncoding(ByteView bytes) {
     if (bytes.empty()) return {};
     if (auto detected = detectEncoding(bytes, kSuggestedEncodings, false); detected && !detected->lossy)
-        return std::move(detected->text);
+        return std::move(*detected);
     for (Encoding e : kCandidateEncodings)
-        if (auto s = decode(bytes, e); s && isValidDecodedString(*s)) return std::move(*s);
-    return decode(bytes, encodings::ISOLatin1).value_or(icu::UnicodeString());
+        if (auto s = decode(bytes, e); s && isValidDecodedString(*s)) return {e, std::move(*s)};
+    if (auto s = decode(bytes, encodings::ISOLatin1)) return {encodings::ISOLatin1, std::move(*s)};
+    return {};
 }
 
 bool StringWangers::isValidDecodedString(const icu::UnicodeString& text) {

@@ -46,6 +46,9 @@ public:
     static icu::UnicodeString stringFromNSData(const Value& object);
     static icu::UnicodeString stringFromNSData(ByteView bytes);
     static icu::UnicodeString stringFromNSData(const Bytes& bytes) { return stringFromNSData(ByteView(bytes)); }
+    // stringFromNSData's text of bytes with the encoding that gave it (0 for
+    // empty bytes and for the "" of a failed Latin-1 decode).
+    static DetectedText decodedWithEncoding(ByteView bytes);
 
     // Non-empty, and at most a fifth of the first 100 units are U+FFFD.
     static bool isValidDecodedString(const icu::UnicodeString& text);
