@@ -10,6 +10,9 @@
 #   FUZZ_HARNESSES  names to run (default: every harness of the fuzz build)
 #   FUZZ_RUNS       stop a harness after this many executions, if sooner
 #                   than SECONDS_PER_HARNESS (default: no count)
+#   FUZZ_MAX_LEN    longest input in bytes (default: libFuzzer's, the
+#                   largest seed up to 1 MB); longer seeds are cut, which the
+#                   readers take as truncated files
 #   TESSIVO_CORPUS  real messages (default ../shared/corpus): .msg files seed
 #                   the compound, importer and msg harnesses, .eml files the
 #                   MIME reader's, .tnef and .dat files the TNEF harnesses,
@@ -82,7 +85,9 @@ for name in "${harnesses[@]}"; do
     log="$work/$name.log"
     echo "fuzz/run.sh: $name for ${seconds}s" >&2
     set +e
-    nice -n 10 "$build/fuzz/fuzz_$name" "${dict[@]}" -max_total_time="$seconds" -runs="${FUZZ_RUNS:--1}" -timeout=1 -rss_limit_mb=2048 \
+    max_len=()
+    [[ -n "${FUZZ_MAX_LEN:-}" ]] && max_len=(-max_len="$FUZZ_MAX_LEN")
+    nice -n 10 "$build/fuzz/fuzz_$name" "${dict[@]}" "${max_len[@]}" -max_total_time="$seconds" -runs="${FUZZ_RUNS:--1}" -timeout=1 -rss_limit_mb=2048 \
         -print_final_stats=1 -artifact_prefix="$finds/" "$fresh" "$corpus" "$seeds" \
         $([[ -d "$regressions" ]] && echo "$regressions") > "$log" 2>&1
     status=$?
