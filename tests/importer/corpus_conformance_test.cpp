@@ -7,6 +7,7 @@
 #include <random>
 
 #include "support/corpus.h"
+#include "support/msg_corpus_test.h"
 #include "support/corpus_bodies.h"
 #include "support/word_f1.h"
 #include "tessivo/compound/mole.h"
@@ -21,15 +22,7 @@ bool hasStream(const Mole& mole, const char16_t* name) {
     return bytes && !bytes->empty();
 }
 
-class ImporterCorpus : public ::testing::Test {
-protected:
-    void SetUp() override {
-        files_ = testing::corpusFiles(".msg");
-        if (files_.empty()) GTEST_SKIP() << "no corpus (TESSIVO_CORPUS)";
-    }
-    std::vector<std::filesystem::path> files_;
-    LogCapture quiet_;
-};
+class ImporterCorpus : public testing::MsgCorpusTest {};
 
 TEST_F(ImporterCorpus, EveryMessageWithABodyGivesText) {
     int withBody = 0;

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "support/corpus.h"
+#include "support/msg_corpus_test.h"
 #include "support/word_f1.h"
 #include "tessivo/compound/mole.h"
 #include "tessivo/foundation/log.h"
@@ -46,15 +47,7 @@ std::optional<icu::UnicodeString> plainBody(const Mole& mole) {
     return std::nullopt;
 }
 
-class MessageTextCorpus : public ::testing::Test {
-protected:
-    void SetUp() override {
-        files_ = testing::corpusFiles(".msg");
-        if (files_.empty()) GTEST_SKIP() << "no corpus (TESSIVO_CORPUS)";
-    }
-    std::vector<std::filesystem::path> files_;
-    LogCapture quiet_;
-};
+class MessageTextCorpus : public testing::MsgCorpusTest {};
 
 // A body with words, in whichever stream and character set: the importer's
 // exact text finds words in none that the hosts' text misses.
