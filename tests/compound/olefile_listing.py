@@ -19,7 +19,8 @@ import os
 import subprocess
 import sys
 
-SKIP = 77
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "support"))
+from cli_check import olefile_and_corpus_messages  # noqa: E402
 
 
 def survives_8bit_reading(name):
@@ -63,22 +64,10 @@ def tessivo_listing(tessivo, path):
 
 
 def main():
-    if len(sys.argv) != 3:
-        print(__doc__, file=sys.stderr)
-        return 2
-    tessivo, corpus = sys.argv[1], sys.argv[2]
-    try:
-        import olefile
-    except ImportError:
-        print("skipped: the olefile module is missing (Debian package python3-olefile)")
-        return SKIP
-    if not os.path.isdir(corpus):
-        print(f"skipped: no corpus at {corpus}")
-        return SKIP
-    files = sorted(os.path.join(d, f) for d, _, names in os.walk(corpus) for f in names if f.endswith(".msg"))
-    if not files:
-        print(f"skipped: no .msg files under {corpus}")
-        return SKIP
+    found = olefile_and_corpus_messages(sys.argv, __doc__)
+    if isinstance(found, int):
+        return found
+    tessivo, olefile, files = found
     failures = 0
     for path in files:
         theirs, incomparable = olefile_listing(olefile, path)
