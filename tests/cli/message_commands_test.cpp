@@ -134,6 +134,17 @@ TEST_F(MessageCommandsTest, DumpShowsContactAndAppointmentFields) {
     EXPECT_EQ(a["Duration"], 120);
     EXPECT_EQ(a["All Day Flag"], 1);
     EXPECT_EQ(a["Location"], "Canteen");
+
+    // A calendar item without a time of day takes its times from the file's name.
+    testing::MsgWriter planning;
+    planning.string8(0x001A, "IPM.Appointment");
+    planning.unicode(0x0037, "Planning");
+    planning.property(planning.named(0x820E), 0x0040, testing::fileTimeFromUnix(1709596800));
+    ASSERT_TRUE(testing::writeFile(p("meeting 0930-1045.msg"), planning.build()));
+    const auto named = jsonLines(run("dump " + testing::shellQuote(p("meeting 0930-1045.msg"))).out);
+    ASSERT_EQ(named.size(), 1u);
+    EXPECT_EQ(named[0]["dictionary"]["Start Time"], "2024-03-05T09:30:00Z");
+    EXPECT_EQ(named[0]["dictionary"]["Duration"], 75);
 }
 
 TEST_F(MessageCommandsTest, DumpWithDataCarriesTheBytes) {

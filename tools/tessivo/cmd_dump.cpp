@@ -6,6 +6,7 @@
 // Folders are walked and files read in parallel as in archive mode
 // (archive_run.h); dump can also save every attachment in a folder per message.
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "archive_run.h"
@@ -19,7 +20,7 @@
 namespace tessivo::cli {
 namespace {
 
-using DictionaryOf = ReadResult<Dictionary> (*MessageReader::*)(ByteView);
+using DictionaryOf = ReadResult<Dictionary> (*MessageReader::*)(ByteView, const std::string&);
 
 struct DumpOptions {
     std::vector<std::string> files;
@@ -36,7 +37,8 @@ ArchiveLine fileLine(const ArchiveFile& path, DictionaryOf which, const char* ke
     std::string reason;
     const MessageReader* reader = readerOrReason(file, reason);
     if (!reader) return failedLine(path.path, reason);
-    auto read = (reader->*which)(file.bytes());
+    const std::string fileName = path.path == "-" ? std::string() : std::filesystem::path(path.path).filename().string();
+    auto read = (reader->*which)(file.bytes(), fileName);
     if (auto* failed = std::get_if<std::string>(&read)) return failedLine(path.path, *failed);
     nlohmann::ordered_json line;
     line["path"] = path.path;

@@ -7,7 +7,7 @@
 //
 //   const MessageFormat& format = detectFormat(bytes);
 //   if (!format.reader) fail(notReadReason(format));
-//   auto read = format.reader->dictionary(bytes);   // Dictionary, or the reason in words
+//   auto read = format.reader->dictionary(bytes, "budget.msg");   // Dictionary, or the reason in words
 //
 // Each format's reader is one row of functions over the whole file's bytes;
 // a format whose reader this build does not have keeps its signature (so
@@ -43,10 +43,12 @@ struct MessageAttachment {
 };
 
 struct MessageReader {
-    // The reader's full message dictionary.
-    ReadResult<Dictionary> (*dictionary)(ByteView data);
-    // The reader's short summary dictionary.
-    ReadResult<Dictionary> (*summary)(ByteView data);
+    // The reader's full message dictionary. fileName is the file's name
+    // without its folders ("" for standard input): an Outlook calendar item
+    // without a time of day takes its times from it ("meeting 0930-1045.msg").
+    ReadResult<Dictionary> (*dictionary)(ByteView data, const std::string& fileName);
+    // The reader's short summary dictionary (fileName as for dictionary).
+    ReadResult<Dictionary> (*summary)(ByteView data, const std::string& fileName);
     // Every attachment of the message, in the message's order.
     ReadResult<std::vector<MessageAttachment>> (*attachments)(ByteView data);
 };

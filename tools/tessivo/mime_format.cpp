@@ -17,9 +17,9 @@ ReadResult<Dictionary> read(ByteView data) {
     return reader->getDictionary();
 }
 
-ReadResult<Dictionary> dictionaryOf(ByteView data) { return read(data); }
+ReadResult<Dictionary> dictionaryOf(ByteView data, const std::string&) { return read(data); }
 
-ReadResult<Dictionary> summaryOf(ByteView data) {
+ReadResult<Dictionary> summaryOf(ByteView data, const std::string&) {
     auto mail = read(data);
     if (auto* reason = std::get_if<std::string>(&mail)) return *reason;
     return mimeSummary(std::get<Dictionary>(mail));

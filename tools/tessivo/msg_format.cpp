@@ -22,14 +22,18 @@ std::string unreadable(int moleResultCode) {
     return moleResultCode == kCompoundOpened ? "cannot be read as a message" : compoundResultReason(moleResultCode);
 }
 
-ReadResult<Dictionary> dictionaryOf(ByteView data) {
+ReadResult<Dictionary> dictionaryOf(ByteView data, const std::string& fileName) {
     int code = kCompoundOpened;
     auto reader = ReadMSG::initWithData(data, &code);
     if (!reader) return unreadable(code);
+    if (!fileName.empty()) {
+        reader->setSourceFilename(fromUtf8(fileName));
+        reader->reEnrichCalendarDataIfNeeded();
+    }
     return std::move(*reader).returnFullDictionary();
 }
 
-ReadResult<Dictionary> summaryOf(ByteView data) {
+ReadResult<Dictionary> summaryOf(ByteView data, const std::string&) {
     int code = kCompoundOpened;
     if (!Mole::initWithData(data, &code)) return unreadable(code);
     return ReadMSG::getSummaryForMessage(data);

@@ -13,13 +13,13 @@ namespace {
 
 const std::string kNotTnef = "not a TNEF stream";
 
-ReadResult<Dictionary> dictionaryOf(ByteView data) {
+ReadResult<Dictionary> dictionaryOf(ByteView data, const std::string&) {
     auto reader = ReadTNEF::initWithData(data);
     if (!reader) return kNotTnef;
     return reader->returnFullDictionary();
 }
 
-ReadResult<Dictionary> summaryOf(ByteView data) {
+ReadResult<Dictionary> summaryOf(ByteView data, const std::string&) {
     auto summary = ReadTNEF::getSummaryForMessage(data);
     if (!summary) return kNotTnef;
     return std::move(*summary);
