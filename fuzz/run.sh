@@ -92,7 +92,8 @@ for name in "${harnesses[@]}"; do
         $([[ -d "$regressions" ]] && echo "$regressions") > "$log" 2>&1
     status=$?
     # Keep only the new inputs (and seeds) that add coverage.
-    nice -n 10 "$build/fuzz/fuzz_$name" -merge=1 -timeout=1 -rss_limit_mb=2048 "$corpus" "$fresh" "$seeds" \
+    nice -n 10 "$build/fuzz/fuzz_$name" -merge=1 "${max_len[@]}" -timeout=1 -rss_limit_mb=2048 -artifact_prefix="$finds/" \
+        "$corpus" "$fresh" "$seeds" \
         > "$work/$name.merge.log" 2>&1
     set -e
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
