@@ -8,14 +8,6 @@
 #include "tessivo/toolkit/time_wangers.h"
 
 namespace tessivo::cli {
-namespace {
-
-const icu::UnicodeString* stringAt(const Dictionary& d, const char16_t* key) {
-    const Value* v = d.get(key);
-    return v ? v->string() : nullptr;
-}
-
-}  // namespace
 
 Dictionary mimeSummary(const Dictionary& mail) {
     namespace text = WindowsCodePageWangersNSStringAdditions;
@@ -23,7 +15,7 @@ Dictionary mimeSummary(const Dictionary& mail) {
     Dictionary summary;
 
     icu::UnicodeString subject;
-    if (const icu::UnicodeString* raw = stringAt(mail, u"Subject")) {
+    if (const icu::UnicodeString* raw = mail.string(u"Subject")) {
         subject = text::decodeMimeHeader(*raw);
         if (const std::int32_t end = subject.indexOf(u'\n'); end >= 0) subject.truncate(end);
         subject = text::zapGremlins(subject);
@@ -36,8 +28,8 @@ Dictionary mimeSummary(const Dictionary& mail) {
         for (const Value& part : *list->array()) candidates.push_back(part.dictionary());
     candidates.push_back(&mail);
     for (const Dictionary* part : candidates) {
-        const icu::UnicodeString* type = stringAt(*part, u"contentType");
-        const icu::UnicodeString* format = stringAt(*part, u"contentFormat");
+        const icu::UnicodeString* type = part->string(u"contentType");
+        const icu::UnicodeString* format = part->string(u"contentFormat");
         if (!type || *type != u"text" || !format || *format != u"plain" || !part->contains(u"uaContent")) continue;
         body = text::zapGremlins(StringWangers::stringFromNSData(partBytes(*part, "\n")));
         break;
@@ -47,13 +39,13 @@ Dictionary mimeSummary(const Dictionary& mail) {
     icu::UnicodeString from;
     if (const Value* list = mail.get(u"From"); list && list->array() && !list->array()->empty()) {
         const Dictionary& first = *list->array()->front().dictionary();
-        from = *stringAt(first, u"Name");
-        if (from.isEmpty()) from = *stringAt(first, u"Address");
+        from = *first.string(u"Name");
+        if (from.isEmpty()) from = *first.string(u"Address");
     }
     summary.set(u"From", orDash(std::move(from)));
 
     const std::optional<Date> date = TimeWangers::dateFromMIMEString(
-        stringAt(mail, u"Date") ? std::optional(*stringAt(mail, u"Date")) : std::nullopt);
+        mail.string(u"Date") ? std::optional(*mail.string(u"Date")) : std::nullopt);
     for (const auto& [key, pattern] :
          {std::pair{u"Date", ReadMSG::kSummaryDatePattern}, std::pair{u"MIMEDate", ReadMSG::kMIMEDatePattern}}) {
         const auto written = date ? convertDateToStringWithFormat(*date, pattern) : std::nullopt;

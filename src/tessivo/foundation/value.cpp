@@ -64,6 +64,11 @@ Value* Dictionary::get(const icu::UnicodeString& key) {
     return at == kMissing ? nullptr : &entries_[at].second;
 }
 
+const icu::UnicodeString* Dictionary::string(const icu::UnicodeString& key) const {
+    const Value* value = get(key);
+    return value ? value->string() : nullptr;
+}
+
 bool Dictionary::erase(const icu::UnicodeString& key) {
     const std::size_t at = find(key);
     if (at == kMissing) return false;

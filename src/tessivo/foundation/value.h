@@ -59,6 +59,8 @@ public:
     // The value stored under key, or nullptr; borrowed until the dictionary changes.
     const Value* get(const icu::UnicodeString& key) const;
     Value* get(const icu::UnicodeString& key);
+    // The string stored under key, or nullptr when there is none or the value is no string.
+    const icu::UnicodeString* string(const icu::UnicodeString& key) const;
     bool contains(const icu::UnicodeString& key) const { return find(key) != kMissing; }
     bool erase(const icu::UnicodeString& key);
     void clear();

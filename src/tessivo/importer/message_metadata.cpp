@@ -9,19 +9,14 @@
 namespace tessivo::importer {
 namespace {
 
-const icu::UnicodeString* stringAt(const Dictionary& d, const icu::UnicodeString& key) {
-    const Value* value = d.get(key);
-    return value ? value->string() : nullptr;
-}
-
 // "-" and "" both mean that the reader found nothing.
 bool known(const icu::UnicodeString* text) { return text && !text->isEmpty() && *text != u"-"; }
 
 icu::UnicodeString addressText(const Value& address) {
     const Dictionary* d = address.dictionary();
     if (!d) return address.string() ? *address.string() : icu::UnicodeString();
-    const icu::UnicodeString* name = stringAt(*d, u"Name");
-    const icu::UnicodeString* mail = stringAt(*d, u"Address");
+    const icu::UnicodeString* name = d->string(u"Name");
+    const icu::UnicodeString* mail = d->string(u"Address");
     if (!known(name)) return known(mail) ? *mail : icu::UnicodeString();
     if (!known(mail) || *name == *mail) return *name;
     return *name + u" <" + *mail + u">";
@@ -37,9 +32,9 @@ void appendAddresses(const Value* list, std::vector<icu::UnicodeString>& out) {
 // as the delivery time in the process time zone (with two spaces before the
 // year in the full dictionary, one in summaries), or a header's raw date.
 std::optional<Date> messageDate(const Dictionary& message) {
-    if (const auto* mime = stringAt(message, u"MIMEDate"); known(mime))
+    if (const auto* mime = message.string(u"MIMEDate"); known(mime))
         if (auto date = TimeWangers::dateFromMIMEString(*mime)) return date;
-    const auto* text = stringAt(message, u"Date");
+    const auto* text = message.string(u"Date");
     if (!known(text)) return std::nullopt;
     for (const char16_t* pattern : {ReadMSG::kDatePattern, ReadMSG::kSummaryDatePattern})
         if (auto formatter = DateFormatter::withPattern(pattern))
@@ -57,7 +52,7 @@ std::vector<icu::UnicodeString> addressTexts(const Value* list) {
 
 MessageMetadata messageMetadata(const Dictionary& message) {
     MessageMetadata facts;
-    if (const auto* subject = stringAt(message, u"Subject"); known(subject)) facts.title = *subject;
+    if (const auto* subject = message.string(u"Subject"); known(subject)) facts.title = *subject;
     if (const Value* from = message.get(u"From")) {
         std::vector<icu::UnicodeString> senders;
         appendAddresses(from, senders);
@@ -76,7 +71,7 @@ MessageMetadata messageMetadata(const Dictionary& message) {
     if (const Value* list = message.get(u"AttachmentList"); list && list->array())
         for (const Value& attachment : *list->array())
             if (const Dictionary* d = attachment.dictionary())
-                if (const auto* name = stringAt(*d, u"name"); known(name)) facts.attachmentNames.push_back(*name);
+                if (const auto* name = d->string(u"name"); known(name)) facts.attachmentNames.push_back(*name);
     return facts;
 }
 

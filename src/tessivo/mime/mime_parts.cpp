@@ -12,16 +12,11 @@ std::u16string_view viewOf(const icu::UnicodeString& s) {
     return {s.getBuffer(), static_cast<std::size_t>(s.length())};
 }
 
-const icu::UnicodeString* stringAt(const Dictionary& d, const char16_t* key) {
-    const Value* v = d.get(key);
-    return v ? v->string() : nullptr;
-}
-
 // The body as the reader saw it, its lines joined with "\n": "uaContent"
 // without the "\n" of the blank line that ends the headers and the "\n"
 // that precedes the first body line.
 std::u16string_view bodyOf(const Dictionary& part) {
-    const icu::UnicodeString* text = stringAt(part, u"uaContent");
+    const icu::UnicodeString* text = part.string(u"uaContent");
     if (!text || text->length() < 2) return {};
     return viewOf(*text).substr(2);
 }
@@ -103,7 +98,7 @@ std::vector<const Dictionary*> namedParts(const Dictionary& mail) {
 }
 
 std::string_view messageLineBreak(const Dictionary& mail) {
-    const icu::UnicodeString* raw = stringAt(mail, u"RawContentString");
+    const icu::UnicodeString* raw = mail.string(u"RawContentString");
     if (!raw) return "\n";
     const std::u16string_view text = viewOf(*raw);
     const std::size_t at = text.find_first_of(u"\r\n");
@@ -112,7 +107,7 @@ std::string_view messageLineBreak(const Dictionary& mail) {
 
 Bytes partBytes(const Dictionary& part, std::string_view lineBreak) {
     const std::u16string_view body = bodyOf(part);
-    const icu::UnicodeString* encoding = stringAt(part, u"encodingType");
+    const icu::UnicodeString* encoding = part.string(u"encodingType");
     if (encoding && *encoding == u"base64") return decodeBase64Exactly(body);
     if (encoding && *encoding == u"quoted-printable") return decodeQuotedPrintableExactly(body, lineBreak);
     return textBytes(body, lineBreak);

@@ -324,7 +324,9 @@ std::optional<MIMEReader> MIMEReader::initWithData(std::optional<ByteView> data)
 }
 
 Dictionary MIMEReader::readMIMEMail(ByteView data) {
-    rawContentString_ = StringWangers::stringFromNSData(data);
+    DetectedText decoded = StringWangers::decodedWithEncoding(data);
+    rawContentString_ = std::move(decoded.text);
+    rawContentEncoding_ = decoded.encoding;
     if (rawContentString_.isEmpty()) return {};
     const MessageLines text(rawContentString_);
     std::int64_t index = 0;

@@ -38,6 +38,7 @@
 
 #include <unicode/unistr.h>
 
+#include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo {
@@ -81,6 +82,8 @@ public:
     const Array& globalContentArray() const { return globalContentArray_; }
     // The decoded text of the last message read.
     const icu::UnicodeString& rawContentString() const { return rawContentString_; }
+    // The encoding that text was decoded from (0 when there was none).
+    Encoding rawContentEncoding() const { return rawContentEncoding_; }
 
 private:
     MIMEReader() = default;
@@ -93,6 +96,7 @@ private:
     Dictionary mimeContentDictionary_;
     Array globalContentArray_;
     icu::UnicodeString rawContentString_;
+    Encoding rawContentEncoding_ = 0;
 };
 
 }  // namespace tessivo

@@ -60,10 +60,6 @@ MessageText outlookText(ByteView data) {
     return withBody(Format::Msg, std::move(facts), std::move(body));
 }
 
-const icu::UnicodeString* stringAt(const Dictionary& d, const char16_t* key) {
-    const Value* value = d.get(key);
-    return value ? value->string() : nullptr;
-}
 
 MessageText tnefText(ByteView data) {
     const auto reader = ReadTNEF::initWithData(data);
@@ -72,9 +68,9 @@ MessageText tnefText(ByteView data) {
     importer::MessageMetadata facts = importer::messageMetadata(message);
     for (auto& name : facts.attachmentNames) name = WindowsCodePageWangersNSStringAdditions::trimTrailingNulls(name);
     icu::UnicodeString body;
-    if (const auto* plain = stringAt(message, u"Body"); plain && hasWords(*plain)) {
+    if (const auto* plain = message.string(u"Body"); plain && hasWords(*plain)) {
         body = *plain;
-    } else if (const auto* html = stringAt(message, u"HTML")) {
+    } else if (const auto* html = message.string(u"HTML")) {
         std::string utf8;
         html->toUTF8String(utf8);
         body = htmlToPlainText(utf8).value_or(icu::UnicodeString());
@@ -86,7 +82,7 @@ MessageText tnefText(ByteView data) {
 std::vector<icu::UnicodeString> mimeCopies(const Dictionary& mail) {
     if (mail.contains(u"CC")) return {};  // messageMetadata has them
     for (const char16_t* key : {u"Cc", u"cc"})
-        if (const auto* text = stringAt(mail, key)) {
+        if (const auto* text = mail.string(key)) {
             const Value list(processEmailAddresses(*text));
             return importer::addressTexts(&list);
         }
@@ -132,15 +128,15 @@ MessageText mimeText(ByteView data) {
     if (!reader || reader->getDictionary().empty()) return notRead(Format::Mime, Outcome::NotMessage, "no message text");
     const Dictionary& mail = reader->getDictionary();
     importer::MessageMetadata facts = importer::messageMetadata(mail);
-    if (const auto* subject = stringAt(mail, u"Subject")) {
+    if (const auto* subject = mail.string(u"Subject")) {
         facts.title = WindowsCodePageWangersNSStringAdditions::decodeMimeHeader(*subject);
         if (const std::int32_t end = facts.title.indexOf(u'\n'); end >= 0) facts.title.truncate(end);
         facts.title.trim();
     }
     for (auto& copy : mimeCopies(mail)) facts.copies.push_back(std::move(copy));
     for (const Dictionary* part : mime::namedParts(mail))
-        facts.attachmentNames.push_back(mime::attachmentName(*stringAt(*part, u"fileName")));
-    return withBody(Format::Mime, std::move(facts), mimeBodyText(mail, readBytes));
+        facts.attachmentNames.push_back(mime::attachmentName(*part->string(u"fileName")));
+    return withBody(Format::Mime, std::move(facts), mimeBodyText(mail, reader->rawContentEncoding()));
 }
 
 icu::UnicodeString joined(const std::vector<icu::UnicodeString>& items) {

@@ -10,20 +10,14 @@
 #include "tessivo/mime/mime_parts.h"
 #include "tessivo/text/body_decoding.h"
 #include "tessivo/toolkit/string_cleaning.h"
-#include "tessivo/toolkit/string_wangers.h"
 
 namespace tessivo::text {
 namespace {
 
-const icu::UnicodeString* stringAt(const Dictionary& d, const char16_t* key) {
-    const Value* value = d.get(key);
-    return value ? value->string() : nullptr;
-}
-
 // A part without a Content-Type is text/plain.
 bool isPart(const Dictionary& part, const char16_t* format) {
-    const auto* type = stringAt(part, u"contentType");
-    const auto* subtype = stringAt(part, u"contentFormat");
+    const auto* type = part.string(u"contentType");
+    const auto* subtype = part.string(u"contentFormat");
     const bool typed = type && *type == u"text" && subtype && *subtype == format;
     const bool untypedPlain = !type && icu::UnicodeString(format) == u"plain";
     return (typed || untypedPlain) && part.contains(u"uaContent") && !part.contains(u"fileName");
@@ -71,21 +65,6 @@ bool isAscii(ByteView bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b < 0x80; });
 }
 
-// The encoding the reader decoded the whole message with, found once when a
-// part first needs it.
-class MessageEncoding {
-public:
-    explicit MessageEncoding(ByteView data) : data_(data) {}
-    Encoding get() {
-        if (!encoding_) encoding_ = StringWangers::decodedWithEncoding(data_).encoding;
-        return *encoding_;
-    }
-
-private:
-    ByteView data_;
-    std::optional<Encoding> encoding_;
-};
-
 struct PartBytes {
     Bytes bytes;
     std::optional<Encoding> charset;
@@ -96,13 +75,13 @@ struct PartBytes {
 // transfer encoding gives its text as UTF-8, or its bytes in the file when
 // the message was read with a legacy encoding and the part declares a
 // charset of its own.
-PartBytes bytesOfPart(const Dictionary& mail, const Dictionary& part, MessageEncoding& whole) {
+PartBytes bytesOfPart(const Dictionary& mail, const Dictionary& part, Encoding whole) {
     PartBytes out{mime::partBytes(part, "\n"), encodings::UTF8};
-    const auto* encoding = stringAt(part, u"encodingType");
+    const auto* encoding = part.string(u"encodingType");
     const bool transferEncoded = encoding && *encoding != u"text";
-    if (!transferEncoded && (isAscii(out.bytes) || isUnicode(whole.get()))) return out;
-    const auto* raw = stringAt(mail, u"RawContentString");
-    const auto* body = stringAt(part, u"uaContent");
+    if (!transferEncoded && (isAscii(out.bytes) || isUnicode(whole))) return out;
+    const auto* raw = mail.string(u"RawContentString");
+    const auto* body = part.string(u"uaContent");
     const std::optional<Encoding> declared =
         raw && body && body->length() > 2
             ? encodingOfCharset(declaredCharset(*raw, std::u16string_view(body->getBuffer() + 2, body->length() - 2)))
@@ -111,12 +90,12 @@ PartBytes bytesOfPart(const Dictionary& mail, const Dictionary& part, MessageEnc
         out.charset = declared;
     } else if (declared && !isUnicode(*declared)) {
         const std::string_view utf8(reinterpret_cast<const char*>(out.bytes.data()), out.bytes.size());
-        if (auto bytes = encode(icu::UnicodeString::fromUTF8(utf8), whole.get())) out = {std::move(*bytes), declared};
+        if (auto bytes = encode(icu::UnicodeString::fromUTF8(utf8), whole)) out = {std::move(*bytes), declared};
     }
     return out;
 }
 
-icu::UnicodeString partText(const Dictionary& mail, const Dictionary& part, bool html, MessageEncoding& whole) {
+icu::UnicodeString partText(const Dictionary& mail, const Dictionary& part, bool html, Encoding whole) {
     const PartBytes part8 = bytesOfPart(mail, part, whole);
     if (html) return htmlText(part8.bytes, {}, part8.charset);
     if (part8.charset)
@@ -126,17 +105,16 @@ icu::UnicodeString partText(const Dictionary& mail, const Dictionary& part, bool
 
 }  // namespace
 
-icu::UnicodeString mimeBodyText(const Dictionary& mail, ByteView data) {
+icu::UnicodeString mimeBodyText(const Dictionary& mail, Encoding messageEncoding) {
     std::vector<const Dictionary*> parts;
     if (const Value* list = mail.get(u"MailContent"); list && list->array())
         for (const Value& part : *list->array())
             if (part.dictionary()) parts.push_back(part.dictionary());
     parts.push_back(&mail);
-    MessageEncoding whole(data);
     for (const bool html : {false, true})
         for (const Dictionary* part : parts)
             if (isPart(*part, html ? u"html" : u"plain"))
-                if (icu::UnicodeString text = partText(mail, *part, html, whole); hasWords(text)) return text;
+                if (icu::UnicodeString text = partText(mail, *part, html, messageEncoding); hasWords(text)) return text;
     return {};
 }
 

@@ -3,7 +3,7 @@
 // each decoded by the charset its part declares.
 //
 //   const auto reader = MIMEReader::initWithData(data);
-//   icu::UnicodeString body = mimeBodyText(reader->getDictionary(), data);
+//   icu::UnicodeString body = mimeBodyText(reader->getDictionary(), reader->rawContentEncoding());
 //
 // The reader decodes the whole message with one guessed encoding. A part in
 // base64 or quoted-printable is decoded again from the bytes it encodes; a
@@ -15,11 +15,12 @@
 
 #include <unicode/unistr.h>
 
+#include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo::text {
 
-// data is the bytes the reader read mail from.
-icu::UnicodeString mimeBodyText(const Dictionary& mail, ByteView data);
+// messageEncoding is the one the reader decoded the whole message with.
+icu::UnicodeString mimeBodyText(const Dictionary& mail, Encoding messageEncoding);
 
 }  // namespace tessivo::text

@@ -56,8 +56,7 @@ std::optional<Dictionary> ReadTNEF::getSummaryForMessage(ByteView data) {
     }
     const Dictionary decoded = TNEFDecoder().processTNEF(data, false).value_or(Dictionary{});
     for (const char16_t* key : {u"From", u"Subject"}) {
-        const Value* v = decoded.get(key);
-        const icu::UnicodeString* text = v ? v->string() : nullptr;
+        const icu::UnicodeString* text = decoded.string(key);
         summary.set(key, text ? Value(WindowsCodePageWangersNSStringAdditions::zapGremlins(*text)) : Value(u"-"));
     }
     if (const Bytes* rtf = rtfOf(decoded)) {
