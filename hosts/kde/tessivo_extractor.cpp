@@ -73,7 +73,9 @@ void TessivoExtractor::extract(KFileMetaData::ExtractionResult* result) {
     if (flags & KFileMetaData::ExtractionResult::ExtractMetaData) addMetadata(*result, found.facts);
     // The header lines come with the body, so that recipients and attachment
     // names, which have no property of their own, are found too.
-    if (flags & KFileMetaData::ExtractionResult::ExtractPlainText) result->append(qString(found.text()));
+    // An empty piece would still add the separator KFileMetaData puts after each one.
+    const icu::UnicodeString text = found.text();
+    if ((flags & KFileMetaData::ExtractionResult::ExtractPlainText) && !text.isEmpty()) result->append(qString(text));
 }
 
 }  // namespace tessivo::kde
