@@ -366,9 +366,9 @@ std::unique_ptr<StreamHandler> CompoundDocumentIO::streamHandler(const icu::Unic
     return streamHandler(*entry);
 }
 
-std::unique_ptr<StreamHandler> CompoundDocumentIO::streamHandler(const DirectoryEntry& entry) const {
+std::unique_ptr<StreamHandler> CompoundDocumentIO::streamHandler(const DirectoryEntry& entry, bool logMessages) const {
     auto handler = std::make_unique<StreamHandler>();
-    if (!handler->initializeStreamHandler(*this, entry)) return nullptr;
+    if (!handler->initializeStreamHandler(*this, entry, logMessages)) return nullptr;
     return handler;
 }
 

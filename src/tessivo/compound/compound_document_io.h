@@ -100,8 +100,9 @@ public:
 
     // A handler for the stream at path, or nullptr for a missing path or a folder.
     std::unique_ptr<StreamHandler> streamHandler(const icu::UnicodeString& path) const;
-    // A handler for a stream entry of this reader's directory (borrowed by the handler).
-    std::unique_ptr<StreamHandler> streamHandler(const DirectoryEntry& entry) const;
+    // A handler for a stream entry of this reader's directory (borrowed by the
+    // handler); without logMessages, opening it logs nothing.
+    std::unique_ptr<StreamHandler> streamHandler(const DirectoryEntry& entry, bool logMessages = true) const;
 
     // n bytes of big sector s from offset, zeros where the data end.
     void copyBigSector(std::uint64_t sector, std::uint64_t offset, std::uint8_t* out, std::uint64_t n) const;

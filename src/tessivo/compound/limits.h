@@ -59,21 +59,26 @@ constexpr std::size_t kStreamFirstBlockBytes = 4096;
 // is refused with result code 3. (Sectors past the end of the data read as
 // zeros; those zeros are computed, not stored.)
 //
-// A listing (flat, nested or dictionary) visits at most
-// kListingVisitsPerEntry entries per directory entry read from the data (at
-// least kListingVisitsMinimum, enough to reach the nesting bound of a tree
-// that repeats itself and list its siblings on the way back), and walks, copies and builds at most
-// kListingBytesPerFileByte bytes per byte of the document plus
-// kListingBytesSlack: each stream costs its sector chain's bytes (the bytes
-// a reader of it gets), each record its path and kListingRecordBytes. Paths
-// that resolve to the same storage again (empty or repeated names) would
-// otherwise make a listing grow without end. The flat and nested listings
-// also stop descending below kMaxNestingDepth levels. A listing that
-// reaches a bound ends with what it has.
-constexpr std::uint64_t kListingVisitsPerEntry = 4;
-constexpr std::uint64_t kListingVisitsMinimum = 1024;
+// A listing (flat, nested or dictionary) lists at most
+// kListingVisitsPerEntry children per directory entry read from the data (at
+// least kListingVisitsMinimum), and copies and builds at most
+// kListingBytesPerFileByte bytes per byte of the document plus a slack of
+// kListingSlackPerEntry bytes per directory entry read from the data, kept
+// between kListingSlackMinimum and kListingSlackMaximum. Each stream costs
+// its sector chain's bytes (the bytes a reader of it gets, zeros past the end
+// of the data included), each record its path and kListingRecordBytes; the
+// slack pays for the records of a sound document and for the zeros of a cut
+// one. Paths that resolve to the same storage again (empty or repeated names)
+// would otherwise make a listing grow without end. The listings also stop
+// descending below kMaxNestingDepth levels. When a bound is reached, the
+// repetitions and the deepest storages are cut first, and a stream that does
+// not fit is left out (see listing_plan.h).
+constexpr std::uint64_t kListingVisitsPerEntry = 2;
+constexpr std::uint64_t kListingVisitsMinimum = 64;
 constexpr std::uint64_t kListingBytesPerFileByte = 1;
-constexpr std::uint64_t kListingBytesSlack = kMaxStreamBytes;
+constexpr std::uint64_t kListingSlackPerEntry = 512;
+constexpr std::uint64_t kListingSlackMinimum = 1 << 18;
+constexpr std::uint64_t kListingSlackMaximum = 1 << 24;
 constexpr std::uint64_t kListingRecordBytes = 256;
 
 }  // namespace tessivo::compound

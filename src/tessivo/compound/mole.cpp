@@ -25,42 +25,12 @@ std::uint64_t piecesTouching(std::uint64_t from, std::uint64_t to, std::uint64_t
     return (to - 1) / compound::kStreamPieceBytes - from / compound::kStreamPieceBytes + 1;
 }
 
-}  // namespace
-
-// One child of a storage as a listing meets it. A listing looks each child up
-// once by its path, where the reader it stands for looks the path up for
-// every question it asks (is it a stream, is it a folder, what does it hold):
-// a failed lookup logs its message once per question (twice, in every
-// listing), and a stream's opening messages once per opening (once in the
-// flat listing, twice in the others, which open it to test and to read).
-struct Mole::Child {
-    const icu::UnicodeString& name;
-    // The parent's path followed by the name.
-    icu::UnicodeString path;
-    // The name looked up from the parent.
-    ChildLookup lookup;
-    // The entry found, or nullptr.
-    const DirectoryEntry* entry = nullptr;
-    // The opened stream of a stream entry.
-    std::unique_ptr<StreamHandler> stream;
-
-    bool isFolder() const { return entry && entry->dir; }
-    void logFailedLookup() const {
-        lookup.logEnding();
-        lookup.logEnding();
-    }
-};
-
-bool Mole::Budget::spend(std::uint64_t visitCount, std::uint64_t byteCount) {
-    if (visits < visitCount || bytes < byteCount) {
-        visits = 0;
-        bytes = 0;
-        return false;
-    }
-    visits -= visitCount;
-    bytes -= byteCount;
-    return true;
+// The flat and nested listings stop descending below the nesting bound.
+ListingPlan::Descent withinNestingBound(const icu::UnicodeString&, int depth) {
+    return depth > compound::kMaxNestingDepth ? ListingPlan::Descent::Stop : ListingPlan::Descent::Expand;
 }
+
+}  // namespace
 
 Mole::Mole(std::unique_ptr<CompoundDocument> document) : compoundDocument_(std::move(document)) {}
 
@@ -85,39 +55,6 @@ std::optional<Mole> Mole::initWithOwnedData(Bytes data, int* resultCode, Fault* 
     auto document = std::make_unique<CompoundDocument>();
     document->initializeWithOwnedData(std::move(data));
     return openDocument(std::move(document), resultCode, fault);
-}
-
-Mole::Budget Mole::newBudget() const {
-    const CompoundDocumentIO* io = compoundDocument_->io();
-    return Budget{std::max(compound::kListingVisitsMinimum,
-                           io->directoryTree().decodedEntryCount() * compound::kListingVisitsPerEntry),
-                  io->data().size() * compound::kListingBytesPerFileByte + compound::kListingBytesSlack};
-}
-
-template <class Take, class Visit>
-void Mole::forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Take&& take,
-                        Visit&& visit) const {
-    const CompoundDocumentIO& io = *compoundDocument_->io();
-    const DirectoryTree& tree = io.directoryTree();
-    for (std::uint64_t index : tree.children(storage)) {
-        const icu::UnicodeString& name = tree.entry(index)->name;
-        if (!take(name)) continue;
-        Child child{name, path + name, tree.resolve(storage, name), nullptr, nullptr};
-        if (!budget.spend(1, compound::kListingRecordBytes + 2 * static_cast<std::uint64_t>(child.path.length())))
-            return;
-        if (child.lookup.found()) child.entry = tree.entry(child.lookup.index);
-        if (child.entry && !child.entry->dir) {
-            child.stream = io.streamHandler(*child.entry);
-            const std::uint64_t handedOut = std::min<std::uint64_t>(child.stream->chainBytes(), compound::kMaxStreamBytes);
-            if (!budget.spend(0, handedOut)) return;
-        }
-        visit(child);
-    }
-}
-
-template <class Visit>
-void Mole::forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Visit&& visit) const {
-    forEachChild(storage, path, budget, [](const icu::UnicodeString&) { return true; }, visit);
 }
 
 std::optional<Bytes> Mole::getStream(const icu::UnicodeString& path) const {
@@ -173,106 +110,109 @@ StreamWithZeroTail Mole::readStream(const StreamHandler& handler, const icu::Uni
     return {std::move(bytes), length - stored};
 }
 
+// The listings stand for a reader that looks each child's path up for every
+// question it asks (is it a stream, is it a folder, what does it hold): a
+// failed lookup logs its message once per question (twice, in every
+// listing), and a stream's opening messages once per opening (once in the
+// flat listing, twice in the others, which open it to test and to read).
+
 Array Mole::getDirectory() {
-    Budget budget = newBudget();
-    buildDirectory(0, u"/", 0, budget);
+    const ListingPlan plan(*compoundDocument_->io(), withinNestingBound);
+    buildDirectory(plan, plan.root());
     return directoryArray_;
 }
 
-void Mole::buildDirectory(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget) {
-    if (depth > compound::kMaxNestingDepth) return;
-    forEachChild(storage, path, budget, [&](const Child& child) {
+void Mole::buildDirectory(const ListingPlan& plan, const ListingPlan::Node& node) {
+    for (const auto& item : node.items) {
         Dictionary record;
-        record.set(kEntryName, Value(child.path));
-        if (child.stream) record.set(kEntrySize, Value(static_cast<long long>(child.entry->size)));
-        if (!child.entry) child.logFailedLookup();
+        record.set(kEntryName, Value(item.path));
+        if (item.child->stream) {
+            item.child->stream->logOpening();
+            record.set(kEntrySize, Value(static_cast<long long>(item.child->entry->size)));
+        }
+        if (!item.child->entry) item.child->logFailedLookup();
         directoryArray_.push_back(Value(std::move(record)));
-        if (child.isFolder()) buildDirectory(child.lookup.index, child.path + u"/", depth + 1, budget);
-    });
+        if (item.node) buildDirectory(plan, plan.node(*item.node));
+    }
 }
 
 Array Mole::getOLEArray() const {
-    Budget budget = newBudget();
-    return buildOLEArray(0, u"/", 0, budget);
+    const ListingPlan plan(*compoundDocument_->io(), withinNestingBound);
+    return buildOLEArray(plan, plan.root());
 }
 
-Array Mole::buildOLEArray(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget) const {
+Array Mole::buildOLEArray(const ListingPlan& plan, const ListingPlan::Node& node) const {
     Array list;
-    if (depth > compound::kMaxNestingDepth) return list;
-    forEachChild(storage, path, budget, [&](const Child& child) {
+    for (const auto& item : node.items) {
         Dictionary record;
-        if (child.stream) {
-            child.stream->logOpening();
-            record.set(kEntryName, Value(child.name));
-            record.set(kObjectData, Value(readStream(*child.stream, child.path).bytes));
+        if (item.child->stream) {
+            item.child->stream->logOpening();
+            item.child->stream->logOpening();
+            record.set(kEntryName, Value(*item.child->name));
+            record.set(kObjectData, Value(readStream(*item.child->stream, item.path).bytes));
         }
-        if (!child.entry) child.logFailedLookup();
-        if (child.isFolder()) {
-            record.set(kEntryName, Value(child.name));
-            record.set(kChildEntry, Value(buildOLEArray(child.lookup.index, child.path + u"/", depth + 1, budget)));
+        if (!item.child->entry) item.child->logFailedLookup();
+        if (item.node) {
+            record.set(kEntryName, Value(*item.child->name));
+            record.set(kChildEntry, Value(buildOLEArray(plan, plan.node(*item.node))));
         }
         list.push_back(Value(std::move(record)));
-    });
+    }
     return list;
 }
 
 Dictionary Mole::getOLEDictionary() const {
-    Budget budget = newBudget();
-    return buildOLEDictionary(0, u"/", 0, budget);
+    const ListingPlan plan(*compoundDocument_->io(), [](const icu::UnicodeString& path, int depth) {
+        if (path == kEmptyNameStop) return ListingPlan::Descent::Stop;
+        return depth > compound::kMaxNestingDepth ? ListingPlan::Descent::StopLogged : ListingPlan::Descent::Expand;
+    });
+    return buildOLEDictionary(plan, plan.root());
 }
 
-Dictionary Mole::buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path, int depth,
-                                    Budget& budget) const {
+Dictionary Mole::buildOLEDictionary(const ListingPlan& plan, const ListingPlan::Node& node) const {
     Dictionary dictionary;
-    if (path == kEmptyNameStop) return dictionary;
-    if (depth > compound::kMaxNestingDepth) {
-        log("Error: Maximum recursion depth exceeded in OLE structure");
-        return dictionary;
-    }
-    forEachChild(storage, path, budget, [&](const Child& child) {
+    if (node.descent == ListingPlan::Descent::StopLogged) log("Error: Maximum recursion depth exceeded in OLE structure");
+    for (const auto& item : node.items) {
         try {
-            if (child.stream) {
-                child.stream->logOpening();
-                dictionary.set(child.name, Value(readStream(*child.stream, child.path).bytes));
+            if (item.child->stream) {
+                item.child->stream->logOpening();
+                item.child->stream->logOpening();
+                dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
             }
-            if (!child.entry) child.logFailedLookup();
-            if (child.isFolder()) {
-                Dictionary nested = buildOLEDictionary(child.lookup.index, child.path + u"/", depth + 1, budget);
-                if (!nested.empty()) dictionary.set(child.name, Value(std::move(nested)));
+            if (!item.child->entry) item.child->logFailedLookup();
+            if (item.node) {
+                Dictionary nested = buildOLEDictionary(plan, plan.node(*item.node));
+                if (!nested.empty()) dictionary.set(*item.child->name, Value(std::move(nested)));
             }
         } catch (const std::exception& e) {
-            log("Exception processing OLE entry %s: %s", toUtf8(child.name).c_str(), e.what());
+            log("Exception processing OLE entry %s: %s", toUtf8(*item.child->name).c_str(), e.what());
         }
-    });
+    }
     return dictionary;
 }
 
 Dictionary Mole::getOLEDictionaryWithContents(const std::optional<std::vector<icu::UnicodeString>>& names) const {
-    Budget budget = newBudget();
-    return buildOLEDictionary(0, u"/", names, 0, budget);
-}
-
-Dictionary Mole::buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path,
-                                    const std::optional<std::vector<icu::UnicodeString>>& names, int depth,
-                                    Budget& budget) const {
-    Dictionary dictionary;
-    if (depth > compound::kMaxNestingDepth) return dictionary;
     const auto taken = [&](const icu::UnicodeString& name) {
         if (!names) return true;
         const bool listed = std::find(names->begin(), names->end(), name) != names->end();
         const bool attachment = name.length() >= kAttachPrefix.length() + 1 && name.startsWith(kAttachPrefix);
         return listed || attachment;
     };
-    forEachChild(storage, path, budget, taken, [&](const Child& child) {
-        if (child.stream) {
-            child.stream->logOpening();
-            dictionary.set(child.name, Value(readStream(*child.stream, child.path).bytes));
+    const ListingPlan plan(*compoundDocument_->io(), withinNestingBound, taken);
+    return buildFilteredOLEDictionary(plan, plan.root());
+}
+
+Dictionary Mole::buildFilteredOLEDictionary(const ListingPlan& plan, const ListingPlan::Node& node) const {
+    Dictionary dictionary;
+    for (const auto& item : node.items) {
+        if (item.child->stream) {
+            item.child->stream->logOpening();
+            item.child->stream->logOpening();
+            dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
         }
-        if (!child.entry) child.logFailedLookup();
-        if (child.isFolder())
-            dictionary.set(child.name,
-                           Value(buildOLEDictionary(child.lookup.index, child.path + u"/", std::nullopt, depth + 1, budget)));
-    });
+        if (!item.child->entry) item.child->logFailedLookup();
+        if (item.node) dictionary.set(*item.child->name, Value(buildFilteredOLEDictionary(plan, plan.node(*item.node))));
+    }
     return dictionary;
 }
 

@@ -17,7 +17,9 @@
 // A stream comes back as whole sectors (its chain length times the sector
 // size), not cut to its declared size, and is cut at 16,000,016 bytes.
 // Listings are bounded in the work they do and the memory they build by the
-// size of the document (see limits.h), however damaged its tree.
+// size of the document (see limits.h), however damaged its tree; where a
+// bound cuts one, it keeps a storage's own children before the copies of the
+// tree that a damaged directory repeats below it (see listing_plan.h).
 // Diagnostics go to tessivo::log. A Mole is used by one thread at a time.
 #pragma once
 
@@ -28,6 +30,7 @@
 #include <unicode/unistr.h>
 
 #include "tessivo/compound/compound_document.h"
+#include "tessivo/compound/listing_plan.h"
 #include "tessivo/foundation/value.h"
 
 namespace tessivo {
@@ -73,39 +76,21 @@ public:
     const CompoundDocument& compoundDocument() const { return *compoundDocument_; }
 
 private:
-    // What one listing may still visit, and walk, copy and build in bytes (see limits.h).
-    struct Budget {
-        std::uint64_t visits;
-        std::uint64_t bytes;
-        bool spend(std::uint64_t visitCount, std::uint64_t byteCount);
-    };
-    struct Child;
     explicit Mole(std::unique_ptr<CompoundDocument> document);
     static std::optional<Mole> openDocument(std::unique_ptr<CompoundDocument> document, int* resultCode,
                                             Fault* fault);
 
-    Budget newBudget() const;
-    // The one walk of every listing: calls visit(child) for each child of the
-    // storage at index storage, reached by path, in tree order, whose name
-    // take accepts (every child without take), while the budget lasts.
-    template <class Take, class Visit>
-    void forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Take&& take,
-                      Visit&& visit) const;
-    template <class Visit>
-    void forEachChild(std::uint64_t storage, const icu::UnicodeString& path, Budget& budget, Visit&& visit) const;
     std::optional<StreamWithZeroTail> getStream(const icu::UnicodeString& path, bool countZeroTail) const;
     // A stream as getStream hands it out: copied in one pass, with the
     // messages its reading in 16-byte pieces logs; with countZeroTail, the
     // sectors past the end of the data are counted, not copied.
     StreamWithZeroTail readStream(const StreamHandler& handler, const icu::UnicodeString& path,
                                   bool countZeroTail = false) const;
-    void buildDirectory(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget);
-    Array buildOLEArray(std::uint64_t storage, const icu::UnicodeString& path, int depth, Budget& budget) const;
-    Dictionary buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path, int depth,
-                                  Budget& budget) const;
-    Dictionary buildOLEDictionary(std::uint64_t storage, const icu::UnicodeString& path,
-                                  const std::optional<std::vector<icu::UnicodeString>>& names, int depth,
-                                  Budget& budget) const;
+    // The listings, built from their plans (see listing_plan.h).
+    void buildDirectory(const ListingPlan& plan, const ListingPlan::Node& node);
+    Array buildOLEArray(const ListingPlan& plan, const ListingPlan::Node& node) const;
+    Dictionary buildOLEDictionary(const ListingPlan& plan, const ListingPlan::Node& node) const;
+    Dictionary buildFilteredOLEDictionary(const ListingPlan& plan, const ListingPlan::Node& node) const;
 
     Array directoryArray_;
     std::unique_ptr<CompoundDocument> compoundDocument_;

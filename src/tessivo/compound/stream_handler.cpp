@@ -8,14 +8,15 @@
 
 namespace tessivo {
 
-bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry) {
+bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry,
+                                            bool logMessages) {
     io_ = &io;
     entry_ = &entry;
     const SectorAllocTable& table =
         usesSmallSectors() ? io.smallSectorAllocationTable() : io.masterSectorAllocationTable();
     chain_ = table.walk(entry.start);
     memoryPosition_ = 0;
-    logOpening();
+    if (logMessages) logOpening();
     return true;
 }
 

@@ -25,9 +25,9 @@ class CompoundDocumentIO;
 class StreamHandler {
 public:
     // Takes the entry's chain (small sectors below the threshold, else big
-    // ones) and logs what opening a stream logs (logOpening). The entry is
-    // borrowed (one of io's directory entries).
-    bool initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry);
+    // ones) and, with logMessages, logs what opening a stream logs
+    // (logOpening). The entry is borrowed (one of io's directory entries).
+    bool initializeStreamHandler(const CompoundDocumentIO& io, const DirectoryEntry& entry, bool logMessages = true);
     // What opening the stream logs: a damaged chain, then each small sector of
     // the stream's first block (4096 bytes, at most its declared size) that
     // cannot be located, as reading that block would.
