@@ -197,6 +197,29 @@ TEST(ReadMSGTest, CompressedRtfIsDecompressedAndItsTextMayGiveHtml) {
     EXPECT_FALSE(readMessage(mela).contains(u"RTF"));
 }
 
+// The header facts of a message without the cost of its bodies: a compressed
+// RTF body is padded to the raw size it declares, however few bytes it has.
+TEST(ReadMSGTest, ReadingWithoutBodiesKeepsEverythingElse) {
+    MsgWriter m;
+    m.unicode(0x0037, "Quarterly figures");
+    m.string8(0x001A, "IPM.Note");
+    m.unicode(0x1000, "Plain body");
+    Bytes rtf = testing::lzfuCompress(ascii("{\\rtf1 x}"));
+    rtf[4] = 0, rtf[5] = 0, rtf[6] = 0x10, rtf[7] = 0;  // declares 1 MB
+    m.binary(0x1009, rtf);
+    const Bytes bytes = m.build();
+    const Dictionary full = ReadMSG::initWithData(bytes)->returnFullDictionary();
+    ASSERT_TRUE(full.get(u"RTF"));
+    EXPECT_EQ(full.get(u"RTF")->bytes()->size(), 1u << 20);
+
+    Dictionary skipped = ReadMSG::initWithData(bytes, nullptr, ReadMSG::Bodies::Skip)->returnFullDictionary();
+    for (const char16_t* body : {u"Body", u"HTML", u"RTF"}) EXPECT_FALSE(skipped.contains(body));
+    Dictionary rest = full;
+    for (const char16_t* body : {u"Body", u"HTML", u"RTF"}) rest.erase(body);
+    EXPECT_EQ(skipped, rest);
+    EXPECT_EQ(text(skipped, u"Subject"), "Quarterly figures");
+}
+
 TEST(ReadMSGTest, VoiceNotes) {
     MsgWriter note;
     note.string8(0x001A, "IPM.Note");

@@ -76,9 +76,9 @@ MessageMetadata messageMetadata(const Dictionary& message) {
 }
 
 std::optional<MessageMetadata> msgMetadata(ByteView fileBytes) {
-    auto reader = ReadMSG::initWithData(fileBytes);
+    auto reader = ReadMSG::initWithData(fileBytes, nullptr, ReadMSG::Bodies::Skip);
     if (!reader) return std::nullopt;
-    return messageMetadata(reader->returnFullDictionary());
+    return messageMetadata(std::move(*reader).returnFullDictionary());
 }
 
 }  // namespace tessivo::importer

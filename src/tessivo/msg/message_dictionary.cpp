@@ -83,6 +83,10 @@ std::optional<ByteView> bytesOf(const Value* value) {
 }  // namespace
 
 std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode) {
+    return initWithData(data, moleResultCode, Bodies::Read);
+}
+
+std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode, Bodies bodies) {
     if (data.empty()) {
         log("Error: Invalid or empty datastream in initWithData");
         return std::nullopt;
@@ -94,6 +98,7 @@ std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode)
             return std::nullopt;
         }
         ReadMSG reader(std::move(*mole));
+        reader.bodies_ = bodies;
         Dictionary entries = reader.reader_->getOLEDictionary();
         reader.mailContent_ = reader.build(entries, &entries);
         return reader;
@@ -137,12 +142,12 @@ Dictionary ReadMSG::build(const Dictionary& entries, Dictionary* owned) {
 
     const icu::UnicodeString subject = decodeElement(kSubject, kTypeUnicode, &entries);
     if (!subject.isEmpty()) message.set(u"Subject", Value(clean::zapGremlins(firstLine(subject))));
-    addBodies(message, entries);
+    if (bodies_ == Bodies::Read) addBodies(message, entries);
     message.set(u"Header", Value(fullHeader_));
     addDates(message, entries);
     addVoiceNote(message, entries, owned);
     addSender(message, entries);
-    addHTMLFromOtherBodies(message);
+    if (bodies_ == Bodies::Read) addHTMLFromOtherBodies(message);
 
     const Value* type = message.get(u"MessageType");
     if (type && type->string() && (*type->string() == u"Email" || *type->string() == u"Calendar")) {

@@ -67,6 +67,12 @@ public:
     // outlive the reader. moleResultCode, when given, receives Mole's result
     // code (0 when the document opened).
     static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode = nullptr);
+    // Which bodies the message dictionary gets: all of them, or none ("Body",
+    // "HTML" and "RTF" left out) for callers that want only the header facts
+    // (names, addresses, dates, attachments) and not the cost of decoding
+    // bodies, such as a compressed RTF body padded to the raw size it declares.
+    enum class Bodies { Read, Skip };
+    static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode, Bodies bodies);
 
     // The message dictionary; with a transcribed body, a copy whose "Body" is
     // it. From a reader that is done with (std::move(reader).returnFullDictionary())
@@ -228,6 +234,7 @@ private:
     Dictionary attachmentFor(const Value& storage, std::int64_t index, Dictionary* owned);
 
     Dictionary mailContent_;
+    Bodies bodies_ = Bodies::Read;
     icu::UnicodeString fullHeader_;
     std::optional<Mole> reader_;
     std::optional<icu::UnicodeString> transcribedBody_;
