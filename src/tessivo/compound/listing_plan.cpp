@@ -12,6 +12,11 @@ void ListingPlan::Child::logFailedLookup() const {
     lookup.logEnding();
 }
 
+void ListingPlan::Child::logTestedAndReadOpenings() const {
+    stream->logOpening();
+    stream->logOpening();
+}
+
 bool ListingPlan::Queued::operator>(const Queued& other) const {
     if (repeats != other.repeats) return repeats > other.repeats;
     if (depth != other.depth) return depth > other.depth;

@@ -68,6 +68,8 @@ public:
         bool isStream() const { return entry && !entry->dir; }
         // What a lookup that failed logs for each question asked of the path (two).
         void logFailedLookup() const;
+        // What a stream opened to be tested and then to be read logs (its opening, twice).
+        void logTestedAndReadOpenings() const;
     };
 
     // A child as the listing meets it at one path.

@@ -146,8 +146,7 @@ Array Mole::buildOLEArray(const ListingPlan& plan, const ListingPlan::Node& node
     for (const auto& item : node.items) {
         Dictionary record;
         if (item.child->stream) {
-            item.child->stream->logOpening();
-            item.child->stream->logOpening();
+            item.child->logTestedAndReadOpenings();
             record.set(kEntryName, Value(*item.child->name));
             record.set(kObjectData, Value(readStream(*item.child->stream, item.path).bytes));
         }
@@ -175,8 +174,7 @@ Dictionary Mole::buildOLEDictionary(const ListingPlan& plan, const ListingPlan::
     for (const auto& item : node.items) {
         try {
             if (item.child->stream) {
-                item.child->stream->logOpening();
-                item.child->stream->logOpening();
+                item.child->logTestedAndReadOpenings();
                 dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
             }
             if (!item.child->entry) item.child->logFailedLookup();
@@ -206,8 +204,7 @@ Dictionary Mole::buildFilteredOLEDictionary(const ListingPlan& plan, const Listi
     Dictionary dictionary;
     for (const auto& item : node.items) {
         if (item.child->stream) {
-            item.child->stream->logOpening();
-            item.child->stream->logOpening();
+            item.child->logTestedAndReadOpenings();
             dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
         }
         if (!item.child->entry) item.child->logFailedLookup();
