@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (auto reader = ReadMSG::initWithData(bytes)) {
         reader->setSourceFilename(fileName);
         reader->reEnrichCalendarDataIfNeeded();
-        const Dictionary message = reader->returnFullDictionary();
+        const Dictionary message = std::move(*reader).returnFullDictionary();
         // Every message has these, whatever the damage.
         require(message.contains(u"From") && message.contains(u"To") && message.contains(u"Header"));
         // An attachment's size is the size of its data.

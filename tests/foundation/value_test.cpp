@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tessivo/foundation/value.h"
+#include "tessivo/foundation/zeroed_bytes.h"
 
 namespace tessivo {
 namespace {
@@ -79,6 +82,16 @@ TEST(ValueTest, DescribeNestsContainers) {
 TEST(ValueTest, Utf8RoundTrip) {
     const icu::UnicodeString s(u"Caf\u00e9 \U0001F600");
     EXPECT_EQ(fromUtf8(toUtf8(s)), s);
+}
+
+// Sizes around the huge-page path: below one huge page, and several pages
+// with an unaligned tail.
+TEST(ZeroedBytesTest, HoldsExactlyTheCountOfZeros) {
+    for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{(2 << 20) - 1}, std::size_t{(5 << 20) + 3}}) {
+        const Bytes bytes = zeroedBytes(count);
+        ASSERT_EQ(bytes.size(), count);
+        EXPECT_TRUE(std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b == 0; }));
+    }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "tessivo/body/limits.h"
 #include "tessivo/foundation/byte_reader.h"
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/zeroed_bytes.h"
 
 namespace tessivo {
 namespace {
@@ -194,7 +195,7 @@ std::optional<Bytes> RTFWangers::initializeArrayWithEntryCount(std::size_t count
     const auto total = checkedMul(count, size);
     if (!total || *total > body::kMaxOutputBytes) return std::nullopt;
     try {
-        return Bytes(*total);
+        return zeroedBytes(*total);
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
@@ -204,6 +205,6 @@ icu::UnicodeString RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const 
     return rtf;
 }
 
-Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf) { return rtf; }
+Bytes RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(Bytes rtf) { return rtf; }
 
 }  // namespace tessivo

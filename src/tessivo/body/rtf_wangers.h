@@ -83,8 +83,9 @@ public:
     // Colour tags are not rebuilt: answers rtf unchanged.
     static icu::UnicodeString generateRTFColourTagsFromEmbeddedHTMLInRTF(const icu::UnicodeString& rtf);
     // The same over decompressed RTF bytes (RTF text in Latin-1, as every
-    // byte is a character): answers rtf unchanged, without a copy as text.
-    static Bytes generateRTFColourTagsFromEmbeddedHTMLInRTF(const Bytes& rtf);
+    // byte is a character): answers rtf unchanged, without a copy as text,
+    // and without a copy of the bytes when the caller moves them in.
+    static Bytes generateRTFColourTagsFromEmbeddedHTMLInRTF(Bytes rtf);
 
 private:
     // Decodes the tokens into out, which holds uncompressedSize bytes and is

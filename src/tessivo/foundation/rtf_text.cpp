@@ -579,6 +579,17 @@ private:
     const CodePage* runPage_ = nullptr;
 };
 
+// rtf without its trailing NUL bytes. A decompressed body padded to a declared
+// raw size can end in hundreds of megabytes of them: compare a block at a time.
+ByteView withoutTrailingNuls(ByteView rtf) {
+    static constexpr std::array<std::uint8_t, 4096> kZeros{};
+    std::size_t end = rtf.size();
+    while (end >= kZeros.size() && std::memcmp(rtf.data() + end - kZeros.size(), kZeros.data(), kZeros.size()) == 0)
+        end -= kZeros.size();
+    while (end > 0 && rtf[end - 1] == 0) --end;
+    return rtf.first(end);
+}
+
 }  // namespace
 
 std::optional<icu::UnicodeString> rtfPlainText(ByteView rtf) {
@@ -586,7 +597,7 @@ std::optional<icu::UnicodeString> rtfPlainText(ByteView rtf) {
     if (rtf.size() < kSignature.size() || std::memcmp(rtf.data(), kSignature.data(), kSignature.size()) != 0)
         return std::nullopt;
     // NUL bytes are not text; decompressed bodies are often padded with them.
-    while (!rtf.empty() && rtf.back() == 0) rtf = rtf.first(rtf.size() - 1);
+    rtf = withoutTrailingNuls(rtf);
     // Every character comes from at least one byte, so the input's length
     // bounds the text.
     if (rtf.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) return std::nullopt;

@@ -187,8 +187,9 @@ void ReadMSG::addBodies(Dictionary& message, const Dictionary& entries) {
     const Bytes* compressed = getDataFromRoot(kPrefix, kRtfCompressed, kTypeBinary, &entries);
     if (!compressed) compressed = getDataFromRoot(kPrefix, kRtfSecondChoice, kTypeBinary, &entries);
     if (compressed && RTFWangers::typeIsRTF(compressed->data(), compressed->size())) {
-        const auto rtf = DataWangersNSDataAdditions::getRTFForData(*compressed);
-        if (rtf && !rtf->empty()) message.set(u"RTF", Value(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*rtf)));
+        auto rtf = DataWangersNSDataAdditions::getRTFForData(*compressed);
+        if (rtf && !rtf->empty())
+            message.set(u"RTF", Value(RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(std::move(*rtf))));
     }
 }
 

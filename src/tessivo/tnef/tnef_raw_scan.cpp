@@ -55,9 +55,9 @@ std::optional<icu::UnicodeString> scanDate(ByteView value) {
 // Decompressed RTF through the colour-tag generator.
 std::optional<Bytes> scanRTF(ByteView value) {
     if (!RTFWangers::typeIsRTF(value.data(), value.size())) return std::nullopt;
-    const auto rtf = tnef::decompressedRTF(value);
+    auto rtf = tnef::decompressedRTF(value);
     if (!rtf || rtf->empty()) return std::nullopt;
-    return RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(*rtf);
+    return RTFWangers::generateRTFColourTagsFromEmbeddedHTMLInRTF(std::move(*rtf));
 }
 
 icu::UnicodeString attachmentTitle(ByteView value) {
