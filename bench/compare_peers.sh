@@ -75,7 +75,9 @@ PY
 compare text bench_importer
 compare full bench_msg BM_FullDictionaryCorpus
 
-# Peak resident memory of a command, in KiB.
+# Peak resident memory of a command, in KiB; of the input, not of how the page
+# cache holds the executable.
+"$here/evict_cached.py" "$tessivo"
 peak_kb() {
   /usr/bin/time -v "$@" > /dev/null 2> "$work/time" || true
   awk -F': ' '/Maximum resident set size/ { print $2 }' "$work/time"

@@ -18,16 +18,8 @@ tessivo="$build/tools/tessivo/tessivo"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 "$tests_build/bench/make_hostile_messages" "$work"
-# A freshly linked or copied executable sits in the page cache in large pieces
-# (2 MB and more on recent kernels), and a run that reads one ICU table from
-# such a piece counts all of it as resident: `text` on a 9 KB message then
-# peaks at about 22 MB, against 9 MB once the executable is loaded from disk.
-# Evict it first, so that the figures show what the input costs, as on a
-# machine where the executable was read from disk.
-python3 -c 'import os, sys
-fd = os.open(sys.argv[1], os.O_RDONLY)
-os.fsync(fd)
-os.posix_fadvise(fd, 0, 0, os.POSIX_FADV_DONTNEED)' "$tessivo"
+# Peak memory of the input, not of how the page cache holds the executable.
+"$here/evict_cached.py" "$tessivo"
 largest="$(find "$corpus" -name '*.msg' -type f -printf '%s %p\n' 2>/dev/null | sort -n | tail -1 | cut -d' ' -f2-)"
 
 printf '%-36s %10s %10s %10s %8s %6s\n' file bytes peak-KB bound-KB seconds exit
