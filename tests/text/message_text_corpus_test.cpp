@@ -83,7 +83,9 @@ TEST_F(MessageTextCorpus, TextAgreesWithTheMessagesOwnPlainBody) {
         const double f1 = testing::wordF1(found.body, testing::withoutLinkTargets(*reference)).f1;
         scores.push_back(f1);
         RecordProperty(file.filename().string(), std::to_string(f1));
-        if (!bodiesDisagree(file)) EXPECT_GE(f1, 0.8) << file;
+        if (!bodiesDisagree(file)) {
+            EXPECT_GE(f1, 0.8) << file;
+        }
     }
     ASSERT_FALSE(scores.empty());
     std::printf("%zu messages with a plain body, median F1 %.3f, lowest %.3f\n", scores.size(),

@@ -90,6 +90,8 @@ const DirectoryEntry* DirectoryTree::entry(std::uint64_t index) const {
 
 bool DirectoryTree::loadEntries(ByteView bytes, std::uint64_t size) {
     emptyAllocationTable();
+    resolved_.clear();
+    resolvedCount_ = 0;
     visited_.clear();
     visitedList_.clear();
     visitedEmpty_.clear();
@@ -206,6 +208,26 @@ void ChildLookup::logEnding() const {
         log("OLE: Max tree depth exceeded in findSiblingInTree at index %llu", static_cast<unsigned long long>(index));
     else if (ending == Ending::Cycle)
         log("OLE: Cycle detected in findSiblingInTree at node %llu", static_cast<unsigned long long>(index));
+}
+
+std::optional<std::vector<DirectoryTree::ResolvedChild>> DirectoryTree::resolvedChildren(std::uint64_t index,
+                                                                                        std::uint64_t most) const {
+    if (const auto found = resolved_.find(index); found != resolved_.end()) {
+        if (found->second.size() > most) return std::nullopt;
+        return found->second;
+    }
+    const std::vector<std::uint64_t> indices = children(index);
+    if (indices.size() > most) return std::nullopt;
+    std::vector<ResolvedChild> result;
+    result.reserve(indices.size());
+    for (const std::uint64_t child : indices) result.push_back({child, resolve(index, entry(child)->name)});
+    const std::uint64_t kept =
+        std::max(compound::kListingVisitsMinimum, decodedEntryCount() * compound::kListingVisitsPerEntry);
+    if (resolvedCount_ + result.size() <= kept) {
+        resolvedCount_ += result.size();
+        resolved_.emplace(index, result);
+    }
+    return result;
 }
 
 ChildLookup DirectoryTree::lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const {

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -92,6 +93,16 @@ public:
     static int compareDirectoryName(const icu::UnicodeString& a, const icu::UnicodeString& b);
     // The children of the storage at index in name order.
     std::vector<std::uint64_t> children(std::uint64_t index) const;
+    // One child of a storage and what looking its name up from the storage finds.
+    struct ResolvedChild {
+        std::uint64_t index;
+        ChildLookup lookup;
+    };
+    // The children of the storage at index in name order, each resolved from
+    // the storage, or nothing when there are more than most. Every listing
+    // asks this of the same storages: results are remembered until they hold
+    // as many children as one listing may look up.
+    std::optional<std::vector<ResolvedChild>> resolvedChildren(std::uint64_t index, std::uint64_t most) const;
     // The entry at path ("/" is the root; empty components are skipped), or nullptr.
     const DirectoryEntry* findEntry(const icu::UnicodeString& path) const;
     // The same lookup yielding the index, or nothing.
@@ -122,6 +133,8 @@ private:
     mutable std::vector<std::uint64_t> visited_;
     mutable std::vector<std::uint64_t> visitedList_;
     mutable std::unordered_set<std::uint64_t> visitedEmpty_;
+    mutable std::unordered_map<std::uint64_t, std::vector<ResolvedChild>> resolved_;
+    mutable std::uint64_t resolvedCount_ = 0;
 };
 
 }  // namespace tessivo

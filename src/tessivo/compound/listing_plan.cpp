@@ -60,15 +60,14 @@ bool ListingPlan::hasAncestor(std::size_t index, std::uint64_t storage) const {
 std::vector<ListingPlan::Child>* ListingPlan::childrenOf(std::uint64_t storage) {
     if (auto found = children_.find(storage); found != children_.end()) return &found->second;
     const DirectoryTree& tree = io_.directoryTree();
-    const std::vector<std::uint64_t> indices = tree.children(storage);
-    if (indices.size() > budget_.lookups) return nullptr;
-    budget_.lookups -= indices.size();
+    const auto resolved = tree.resolvedChildren(storage, budget_.lookups);
+    if (!resolved) return nullptr;
+    budget_.lookups -= resolved->size();
     const auto found = children_.try_emplace(storage).first;
-    found->second.reserve(indices.size());
-    for (std::uint64_t index : indices) {
-        Child child{&tree.entry(index)->name, {}, nullptr, nullptr};
-        child.lookup = tree.resolve(storage, *child.name);
-        if (child.lookup.found()) child.entry = tree.entry(child.lookup.index);
+    found->second.reserve(resolved->size());
+    for (const auto& [index, lookup] : *resolved) {
+        Child child{&tree.entry(index)->name, lookup, nullptr, nullptr};
+        if (lookup.found()) child.entry = tree.entry(lookup.index);
         found->second.push_back(std::move(child));
     }
     return &found->second;
