@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdio>
+#include <random>
 
 #include "support/cfb_writer.h"
 #include "tessivo/compound/directory_tree.h"
@@ -293,6 +295,53 @@ TEST(DirectoryTreeTest, DepthBeyond1000StopsWalkAndSearch) {
     EXPECT_EQ(tree.findEntry(u"n1001"), nullptr);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"OLE: Max tree depth exceeded in findSiblingInTree at index " +
                                                      std::to_string(image.entryIndex.at("n1001"))});
+}
+
+// resolvedChildren skips the search on trees where every child finds itself;
+// on any damage it must answer what the search of each child's name answers.
+TEST(DirectoryTreeTest, ResolvedChildrenAreWhatEachChildsLookupFinds) {
+    CfbWriter w;
+    for (const char* n : {"a", "b", "c", "d", "e", "f", "s/g", "s/h", "s/i", "s/t/j", "s/t/k"})
+        w.addStream(n, Bytes(1, 1));
+    const CfbImage healthy = w.build();
+    std::mt19937 random(7);
+    int damaged = 0;
+    for (int round = 0; round < 3000; ++round) {
+        CfbImage image = healthy;
+        const std::uint32_t count = static_cast<std::uint32_t>(image.entryIndex.size());
+        // A few links pointed anywhere (0, none, an entry, past the end), a name
+        // made to repeat, break the order, hold "/" or be empty, an entry made empty.
+        for (int change = round % 4; change > 0; --change) {
+            const std::uint32_t target = random() % count;
+            const std::uint32_t link = std::array<std::uint32_t, 4>{0, 0xFFFFFFFF, static_cast<std::uint32_t>(random() % count),
+                                                                    count + 5}[random() % 4];
+            switch (random() % 6) {
+            case 0: case 1: case 2: image.setU32(image.entryOffset(target, 68 + 4 * (random() % 3)), link); break;
+            case 3: image.setU16(image.entryOffset(target, 0), static_cast<std::uint16_t>("abcdef/"[random() % 7])); break;
+            case 4: image.setU16(image.entryOffset(target, 64), 0); break;
+            default: image.setU8(image.entryOffset(target, 66), 0); break;
+            }
+        }
+        const DirectoryTree tree = load(image);
+        bool anyDamage = false;
+        for (std::uint32_t storage = 0; storage < count; ++storage) {
+            const auto resolved = tree.resolvedChildren(storage, 1000);
+            ASSERT_TRUE(resolved);
+            const std::vector<std::uint64_t> children = tree.children(storage);
+            ASSERT_EQ(resolved->size(), children.size());
+            for (std::size_t i = 0; i < children.size(); ++i) {
+                const ChildLookup expected = tree.resolve(storage, tree.entry(children[i])->name);
+                const auto& [index, lookup] = (*resolved)[i];
+                EXPECT_EQ(index, children[i]);
+                EXPECT_EQ(lookup.ending, expected.ending) << "round " << round << ", storage " << storage;
+                EXPECT_EQ(lookup.index, expected.index) << "round " << round << ", storage " << storage;
+                EXPECT_EQ(lookup.closest, expected.closest) << "round " << round << ", storage " << storage;
+                anyDamage = anyDamage || !expected.found() || expected.index != children[i];
+            }
+        }
+        damaged += anyDamage ? 1 : 0;
+    }
+    EXPECT_GT(damaged, 300) << "the rounds must reach trees where children do not find themselves";
 }
 
 }  // namespace

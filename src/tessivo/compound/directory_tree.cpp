@@ -220,7 +220,13 @@ std::optional<std::vector<DirectoryTree::ResolvedChild>> DirectoryTree::resolved
     if (indices.size() > most) return std::nullopt;
     std::vector<ResolvedChild> result;
     result.reserve(indices.size());
-    for (const std::uint64_t child : indices) result.push_back({child, resolve(index, entry(child)->name)});
+    // A healthy tree needs no search per child; a damaged one is searched as a reader would.
+    if (!indices.empty() && childrenFindThemselves(index)) {
+        for (const std::uint64_t child : indices)
+            result.push_back({child, {ChildLookup::Ending::Found, child, std::nullopt}});
+    } else {
+        for (const std::uint64_t child : indices) result.push_back({child, resolve(index, entry(child)->name)});
+    }
     const std::uint64_t kept =
         std::max(compound::kListingVisitsMinimum, decodedEntryCount() * compound::kListingVisitsPerEntry);
     if (resolvedCount_ + result.size() <= kept) {
@@ -228,6 +234,37 @@ std::optional<std::vector<DirectoryTree::ResolvedChild>> DirectoryTree::resolved
         resolved_.emplace(index, result);
     }
     return result;
+}
+
+bool DirectoryTree::childrenFindThemselves(std::uint64_t storage) const {
+    struct Frame {
+        std::uint64_t node;
+        std::uint64_t depth;
+        // The names the node's must lie between, as the search down to it compares them.
+        const icu::UnicodeString* low;
+        const icu::UnicodeString* high;
+    };
+    std::vector<Frame> stack{{entry(storage)->child, 0, nullptr, nullptr}};
+    bool healthy = true;
+    while (healthy && !stack.empty()) {
+        const Frame f = stack.back();
+        stack.pop_back();
+        // A search takes a link to 0 for a missing one; only the first node may be 0.
+        if ((f.node == 0 && f.depth > 0) || f.node >= entryCount() || f.depth > compound::kMaxTreeDepth ||
+            wasVisited(f.node)) {
+            healthy = false;
+            break;
+        }
+        markVisited(f.node);
+        const DirectoryEntry& e = *entry(f.node);
+        // A path lookup finds the storage itself for an empty name and splits a name at "/".
+        healthy = e.valid && !e.name.isEmpty() && e.name.indexOf(u'/') < 0 && (!f.low || compareDirectoryName(*f.low, e.name) < 0) &&
+                  (!f.high || compareDirectoryName(e.name, *f.high) < 0);
+        if (e.prev != compound::kNoStream) stack.push_back({e.prev, f.depth + 1, f.low, &e.name});
+        if (e.next != compound::kNoStream) stack.push_back({e.next, f.depth + 1, &e.name, f.high});
+    }
+    clearVisited();
+    return healthy;
 }
 
 ChildLookup DirectoryTree::lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const {

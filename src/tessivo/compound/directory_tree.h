@@ -121,6 +121,10 @@ public:
 
 private:
     ChildLookup lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const;
+    // Whether looking each child of storage up by its name finds that child:
+    // its sibling tree is a search tree in name order, without repeats, whose
+    // entries are all valid, named without "/" and within the depth bound.
+    bool childrenFindThemselves(std::uint64_t storage) const;
     void markVisited(std::uint64_t index) const;
     bool wasVisited(std::uint64_t index) const;
     void clearVisited() const;
