@@ -101,6 +101,7 @@ int main(int argc, char** argv) {
                                               tessivo::asBytes(rtf))),
                                           rawSize);
     };
+    save(dir, "rtf-raw-size-128mb.msg", message(0, rtfBody(128'000'000)).bytes);
     save(dir, "rtf-raw-size-256mb.msg", message(0, rtfBody(256u << 20)).bytes);
     save(dir, "rtf-raw-size-4gb.msg", message(0, rtfBody(0xFFFFFFFF)).bytes);
     return 0;

@@ -12,7 +12,7 @@
 #include "tessivo/foundation/log.h"
 
 namespace {
-// Padded decoding allocates the declared raw size (up to 256 MB); it is
+// Padded decoding allocates the declared raw size (up to 128 MB); it is
 // checked only where that stays within this many bytes per input byte, so
 // that the fuzzer spends its time decoding rather than zeroing memory.
 constexpr std::size_t kPaddedBytesPerInputByte = 64;

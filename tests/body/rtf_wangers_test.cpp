@@ -181,7 +181,7 @@ TEST(RTFWangersDecodeTest, WithoutPaddingDecodesTheSameBytesOnly) {
     tokens.push_back(LzfuToken::ref(225, 2));
     const Bytes body = lzfuPackTokens(tokens);
     EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 300)), bytes("abcdefghijklmnopab"));
-    EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 200u << 20)), bytes("abcdefghijklmnopab"));
+    EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 100u << 20)), bytes("abcdefghijklmnopab"));
     EXPECT_EQ(data::getRTFForDataWithoutPadding(lzfuWrap(body, 10)), bytes("abcdefghij"));
 
     std::mt19937 rng(11);
@@ -260,6 +260,10 @@ TEST(RTFWangersDecodeTest, ImplausibleRawSizeIsAnAllocationFailure) {
     LogCapture capture;
     EXPECT_FALSE(data::getRTFForData(lzfuWrap(asBytes("abc"), 0xFFFFFFFF)));
     EXPECT_EQ(capture.lines(), std::vector<std::string>{"  ERROR: Failed to allocate 4294967295 bytes for output"});
+    // One byte more than a 16,000,016-byte stream can expand to.
+    capture.clear();
+    EXPECT_FALSE(data::getRTFForData(lzfuWrap(asBytes("abc"), 128'000'001)));
+    EXPECT_EQ(capture.lines(), std::vector<std::string>{"  ERROR: Failed to allocate 128000001 bytes for output"});
     EXPECT_FALSE(RTFWangers::initializeArrayWithEntryCount(SIZE_MAX / 2, 3));
     EXPECT_EQ(RTFWangers::initializeArrayWithEntryCount(3, 4), Bytes(12, 0));
 }
