@@ -240,7 +240,7 @@ bool DirectoryTree::childrenFindThemselves(std::uint64_t storage) const {
     struct Frame {
         std::uint64_t node;
         std::uint64_t depth;
-        // The names the node's must lie between, as the search down to it compares them.
+        // The names the node's name must lie between, as the search down to it compares them.
         const icu::UnicodeString* low;
         const icu::UnicodeString* high;
     };
@@ -258,7 +258,8 @@ bool DirectoryTree::childrenFindThemselves(std::uint64_t storage) const {
         markVisited(f.node);
         const DirectoryEntry& e = *entry(f.node);
         // A path lookup finds the storage itself for an empty name and splits a name at "/".
-        healthy = e.valid && !e.name.isEmpty() && e.name.indexOf(u'/') < 0 && (!f.low || compareDirectoryName(*f.low, e.name) < 0) &&
+        healthy = e.valid && !e.name.isEmpty() && e.name.indexOf(u'/') < 0 &&
+                  (!f.low || compareDirectoryName(*f.low, e.name) < 0) &&
                   (!f.high || compareDirectoryName(e.name, *f.high) < 0);
         if (e.prev != compound::kNoStream) stack.push_back({e.prev, f.depth + 1, f.low, &e.name});
         if (e.next != compound::kNoStream) stack.push_back({e.next, f.depth + 1, &e.name, f.high});
