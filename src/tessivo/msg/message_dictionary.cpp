@@ -82,10 +82,6 @@ std::optional<ByteView> bytesOf(const Value* value) {
 
 }  // namespace
 
-std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode) {
-    return initWithData(data, moleResultCode, Bodies::Read);
-}
-
 std::optional<ReadMSG> ReadMSG::initWithData(ByteView data, int* moleResultCode, Bodies bodies) {
     if (data.empty()) {
         log("Error: Invalid or empty datastream in initWithData");

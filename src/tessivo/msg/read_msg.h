@@ -62,17 +62,17 @@ public:
     // dictionaries the caller already has.
     ReadMSG() = default;
 
-    // Opens data with Mole and builds the message dictionary; nothing when
-    // the data are empty or not a compound document (logged). data must
-    // outlive the reader. moleResultCode, when given, receives Mole's result
-    // code (0 when the document opened).
-    static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode = nullptr);
     // Which bodies the message dictionary gets: all of them, or none ("Body",
     // "HTML" and "RTF" left out) for callers that want only the header facts
     // (names, addresses, dates, attachments) and not the cost of decoding
     // bodies, such as a compressed RTF body padded to the raw size it declares.
     enum class Bodies { Read, Skip };
-    static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode, Bodies bodies);
+    // Opens data with Mole and builds the message dictionary; nothing when
+    // the data are empty or not a compound document (logged). data must
+    // outlive the reader. moleResultCode, when given, receives Mole's result
+    // code (0 when the document opened).
+    static std::optional<ReadMSG> initWithData(ByteView data, int* moleResultCode = nullptr,
+                                               Bodies bodies = Bodies::Read);
 
     // The message dictionary; with a transcribed body, a copy whose "Body" is
     // it. From a reader that is done with (std::move(reader).returnFullDictionary())
