@@ -82,6 +82,14 @@ TEST(IsHTMLTest, Rules) {
     EXPECT_FALSE(isHTML(text("<html>a long text that ends elsewhere</html> and more text after it")));
     EXPECT_FALSE(isHTML(text("  <!doctyp  ")));
     EXPECT_FALSE(isHTML(icu::UnicodeString()));
+    // One marker met twice is one marker; a marker cut by the end is none.
+    EXPECT_FALSE(isHTML(text("text <body> text <BODY> text")));
+    EXPECT_FALSE(isHTML(text("some words then <body> and <hea")));
+    EXPECT_TRUE(isHTML(text("some words then <BoDy> and <hEaD")));
+    // "</html>" may start anywhere in the last 19 characters and end at the end.
+    EXPECT_TRUE(isHTML(text("<html>0123456789abcdef</html>")));
+    EXPECT_TRUE(isHTML(text("<html></html>0123456789ab")));
+    EXPECT_FALSE(isHTML(text("<html></html>0123456789abc")));
 }
 
 TEST(TypeIsHTMLTest, LooksForTheHtmlTag) {

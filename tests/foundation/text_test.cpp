@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <random>
+#include <string>
+
+#include <unicode/ustring.h>
+
 #include "tessivo/foundation/text.h"
 
 namespace tessivo {
@@ -60,6 +66,14 @@ TEST(TextTest, TrimAndRemove) {
     EXPECT_EQ(trimEnd(u"  a ", whitespaceSet()), U(u"  a"));
     EXPECT_EQ(removeCharacters(U(u"a\uFFFFb\uFDD0c"), illegalCharacterSet()), U(u"abc"));
     EXPECT_EQ(removeCharacters(u"abc", illegalCharacterSet()), U(u"abc"));
+    // Units below a set's first code point are passed over; a supplementary
+    // character of the set is still found behind its surrogates.
+    UErrorCode ec = U_ZERO_ERROR;
+    const icu::UnicodeSet faces(u"[\\U0001F600-\\U0001F64F]", ec);
+    ASSERT_TRUE(U_SUCCESS(ec));
+    const U prose(u"a sentence long enough to fill a block or two of units, then ");
+    EXPECT_EQ(removeCharacters(U(prose).append(u"\U0001F600!"), faces), U(prose).append(u"!"));
+    EXPECT_EQ(removeCharacters(U(prose).append(u"\u0378"), illegalCharacterSet()), prose);
 }
 
 TEST(TextTest, RemovingPercentEncoding) {
@@ -75,6 +89,67 @@ TEST(TextTest, RemovingPercentEncoding) {
               U(run).append(u"A").append(run).append(u"B"));
     EXPECT_EQ(removingPercentEncoding(U(run).append(u"%41").append(run).append(u"%4")), std::nullopt);
     EXPECT_EQ(removingPercentEncoding(U(run).append(u"%\uFF14\uFF11")), std::nullopt);
+}
+
+// The rule stated on bytes: a text without escapes as it is, else the UTF-8
+// of the whole text, unescaped, decoded strictly, a leading byte order mark
+// dropped.
+std::optional<U> percentDecodedThroughUtf8(const U& text) {
+    if (text.indexOf(u'%') < 0) return text;
+    std::string utf8;
+    text.toUTF8String(utf8);
+    std::string bytes;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        if (utf8[i] != '%') {
+            bytes += utf8[i];
+            continue;
+        }
+        if (i + 2 >= utf8.size() || !std::isxdigit(static_cast<unsigned char>(utf8[i + 1])) ||
+            !std::isxdigit(static_cast<unsigned char>(utf8[i + 2])))
+            return std::nullopt;
+        bytes += static_cast<char>(std::stoi(utf8.substr(i + 1, 2), nullptr, 16));
+        i += 2;
+    }
+    if (bytes.rfind("\xEF\xBB\xBF", 0) == 0) bytes.erase(0, 3);
+    std::vector<char16_t> units(bytes.size() + 1);
+    int32_t length = 0;
+    UErrorCode ec = U_ZERO_ERROR;
+    u_strFromUTF8(units.data(), static_cast<int32_t>(units.size()), &length, bytes.data(),
+                  static_cast<int32_t>(bytes.size()), &ec);
+    if (U_FAILURE(ec)) return std::nullopt;
+    return U(units.data(), length);
+}
+
+TEST(TextTest, RemovingPercentEncodingIsDecodingTheUtf8OfTheWhole) {
+    // Escapes next to text: a sequence may not be cut by text, nor continue it.
+    EXPECT_EQ(removingPercentEncoding(u"%C3x%A9"), std::nullopt);
+    EXPECT_EQ(removingPercentEncoding(u"\u00E9%A9"), std::nullopt);
+    EXPECT_EQ(removingPercentEncoding(u"caf%C3%A9 %E2%82%AC 100%25"), U(u"caf\u00E9 \u20AC 100%"));
+    EXPECT_EQ(removingPercentEncoding(u"%2541"), U(u"%41"));
+    // Unpaired surrogates become U+FFFD; a pair stays.
+    EXPECT_EQ(removingPercentEncoding(U(u"a").append(char16_t(0xD800)).append(u"%41\U0001F600")),
+              U(u"a\uFFFDA\U0001F600"));
+    // Only a leading byte order mark goes, written or escaped.
+    EXPECT_EQ(removingPercentEncoding(u"%EF%BB%BF%EF%BB%BFx"), U(u"\uFEFFx"));
+    EXPECT_EQ(removingPercentEncoding(u"\uFEFFa%41"), U(u"aA"));
+    EXPECT_EQ(removingPercentEncoding(u"a%EF%BB%BF"), U(u"a\uFEFF"));
+
+    // Random texts of letters, non-ASCII characters, surrogates and escapes
+    // of bytes that make, cut and break UTF-8 sequences.
+    const std::vector<U> pieces{u"a", u"%", u"\u00E9", u"\uFEFF", U(char16_t(0xDC00)), U(char16_t(0xD83D)),
+                                u"\U0001F600", u"%41", u"%25", u"%00", u"%C3", u"%A9", u"%E2", u"%82", u"%AC",
+                                u"%EF", u"%BB", u"%BF", u"%F0", u"%9F", u"%98", u"%80", u"%ED", u"%A0", u"%FF"};
+    std::mt19937 random(11);
+    int decoded = 0;
+    for (int round = 0; round < 20000; ++round) {
+        U text;
+        for (int k = std::uniform_int_distribution<int>(1, 8)(random); k > 0; --k)
+            text.append(pieces[std::uniform_int_distribution<std::size_t>(0, pieces.size() - 1)(random)]);
+        const auto expected = percentDecodedThroughUtf8(text);
+        ASSERT_EQ(removingPercentEncoding(text), expected) << round;
+        decoded += expected && text.indexOf(u'%') >= 0;
+    }
+    EXPECT_GT(decoded, 500);
 }
 
 TEST(TextTest, CaseMappingIgnoresProcessLocale) {

@@ -5,7 +5,10 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <unicode/ustring.h>
 
 #include "tessivo/foundation/encoding.h"
 #include "tessivo/foundation/html_text.h"
@@ -18,6 +21,19 @@
 
 namespace tessivo::WindowsCodePageWangersNSStringAdditions {
 namespace {
+
+// Whether s[at, n) begins with marker (lower-case ASCII) in any case. The
+// markers hold no "k" or "s", the only ASCII letters that other characters
+// fold to, so comparing ASCII letters alone is comparing the folded texts.
+bool markerAt(const char16_t* s, std::int32_t n, std::int32_t at, std::u16string_view marker) {
+    if (n - at < static_cast<std::int32_t>(marker.size())) return false;
+    for (std::size_t k = 0; k < marker.size(); ++k) {
+        char16_t c = s[at + static_cast<std::int32_t>(k)];
+        if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c + (u'a' - u'A'));
+        if (c != marker[k]) return false;
+    }
+    return true;
+}
 
 // The text laid out by the HTML renderer; nothing when it cannot be encoded
 // as UTF-8 or is not a usable document.
@@ -199,18 +215,23 @@ bool isHTML(const icu::UnicodeString& text) {
     const icu::UnicodeString trimmed = trim(text, whitespaceAndNewlineSet());
     const std::int32_t length = trimmed.length();
     if (length < 13) return false;
+    const char16_t* s = trimmed.getBuffer();
     // The last "</html>" must start after length - 20; below 20 characters
     // that bound wraps around as an unsigned number and is never met.
-    // Folded once for every search below; the markers are already folded.
-    const icu::UnicodeString folded = foldCaseSameLength(trimmed);
-    const bool wholeDocument =
-        folded.startsWith(u"<html") && length >= 20 && folded.indexOf(icu::UnicodeString(u"</html>"), length - 19) >= 0;
-    if (wholeDocument) return true;
-    if (folded.startsWith(u"<!doctype")) return true;
-    int markers = 0;
-    for (const char16_t* marker : {u"<head", u"<body", u"<html"})
-        if (folded.indexOf(marker) >= 0) ++markers;
-    return markers >= 2;
+    if (length >= 20 && markerAt(s, length, 0, u"<html"))
+        for (std::int32_t at = length - 19; at <= length - 7; ++at)
+            if (markerAt(s, length, at, u"</html>")) return true;
+    if (markerAt(s, length, 0, u"<!doctype")) return true;
+    // One pass over the "<"s finds each of the three markers.
+    bool head = false, body = false, html = false;
+    for (const char16_t* p = u_memchr(s, u'<', length); p; p = u_memchr(p + 1, u'<', length - (p + 1 - s))) {
+        const auto at = static_cast<std::int32_t>(p - s);
+        head = head || markerAt(s, length, at, u"<head");
+        body = body || markerAt(s, length, at, u"<body");
+        html = html || markerAt(s, length, at, u"<html");
+        if (head + body + html >= 2) return true;
+    }
+    return false;
 }
 
 icu::UnicodeString stringByConvertingToHTML(const icu::UnicodeString& text) {

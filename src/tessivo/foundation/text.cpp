@@ -1,5 +1,6 @@
 #include "tessivo/foundation/text.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <string>
@@ -7,6 +8,7 @@
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
+#include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
 #include "tessivo/foundation/encoding.h"
@@ -41,6 +43,21 @@ int32_t findUnit(const char16_t* s, int32_t n, char16_t unit, int32_t from) {
         if (found) break;
     }
     while (i < n && s[i] != unit) ++i;
+    return i;
+}
+
+// How many units of s[0, n) come before the first that may start a code
+// point at or above limit (a surrogate may, whatever the limit).
+int32_t unitsBelow(const char16_t* s, int32_t n, UChar32 limit) {
+    limit = std::min<UChar32>(limit, 0xD800);
+    constexpr int32_t kBlock = 32;
+    int32_t i = 0;
+    for (; n - i >= kBlock; i += kBlock) {
+        char16_t top = 0;
+        for (int32_t k = 0; k < kBlock; ++k) top = std::max(top, s[i + k]);
+        if (top >= limit) break;
+    }
+    while (i < n && s[i] < limit) ++i;
     return i;
 }
 
@@ -213,11 +230,16 @@ icu::UnicodeString trim(const icu::UnicodeString& text, const icu::UnicodeSet& s
 }
 
 icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::UnicodeSet& set) {
+    const int32_t n = text.length();
+    // Units below the set's first code point are never in it; a text of
+    // nothing else (most texts, for sets like the unassigned characters) is
+    // passed over a block at a time before the set is asked.
+    const int32_t below = set.isEmpty() ? n : unitsBelow(text.getBuffer(), n, set.getRangeStart(0));
+    if (below == n) return text;
     icu::UnicodeString out;
     int32_t i = 0;
-    const int32_t n = text.length();
     while (i < n) {
-        const int32_t keep = set.span(text, i, USET_SPAN_NOT_CONTAINED);
+        const int32_t keep = set.span(text, i == 0 ? below : i, USET_SPAN_NOT_CONTAINED);
         if (i == 0 && keep == n) return text;
         out.append(text, i, keep - i);
         i = set.span(text, keep, USET_SPAN_SIMPLE);
@@ -227,7 +249,7 @@ icu::UnicodeString removeCharacters(const icu::UnicodeString& text, const icu::U
 
 std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeString& text) {
     // Hex digits are ASCII, so a "%" without two of them after it is found
-    // as well in UTF-16 as in the UTF-8 below, without converting first.
+    // as well in UTF-16 as in UTF-8, without converting first.
     const char16_t* s = text.getBuffer();
     const int32_t n = text.length();
     bool escaped = false;
@@ -236,22 +258,49 @@ std::optional<icu::UnicodeString> removingPercentEncoding(const icu::UnicodeStri
         escaped = true;
     }
     if (!escaped) return text;
-    const std::string utf8 = toUtf8(text);
-    Bytes bytes;
-    bytes.reserve(utf8.size());
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        if (utf8[i] != '%') {
-            bytes.push_back(static_cast<std::uint8_t>(utf8[i]));
-            continue;
+    // The result is the UTF-8 of the text, unescaped, decoded. The text
+    // between escapes encodes as whole UTF-8 characters, so that is valid
+    // exactly when the bytes of each run of escapes are valid on their own,
+    // and it decodes run by run. The text's unpaired surrogates become
+    // U+FFFD, as they do in UTF-8. No part grows: a run of escapes decodes to
+    // at most a unit per three.
+    icu::UnicodeString out;
+    char16_t* buf = out.getBuffer(n);
+    if (!buf) return std::nullopt;
+    int32_t o = 0;
+    std::string run;
+    for (int32_t i = 0; i < n;) {
+        const int32_t escape = findUnit(s, n, u'%', i);
+        while (i < escape) {
+            const int32_t start = i;
+            UChar32 c;
+            U16_NEXT(s, i, escape, c);
+            if (U_IS_SURROGATE(c)) {
+                buf[o++] = 0xFFFD;
+                continue;
+            }
+            // Up to the next surrogate, copied as it is.
+            while (i < escape && !U16_IS_SURROGATE(s[i])) ++i;
+            std::memcpy(buf + o, s + start, static_cast<std::size_t>(i - start) * sizeof(char16_t));
+            o += i - start;
         }
-        if (i + 2 >= utf8.size()) return std::nullopt;
-        const int hi = hexValue(static_cast<unsigned char>(utf8[i + 1]));
-        const int lo = hexValue(static_cast<unsigned char>(utf8[i + 2]));
-        if (hi < 0 || lo < 0) return std::nullopt;
-        bytes.push_back(static_cast<std::uint8_t>(hi * 16 + lo));
-        i += 2;
+        if (escape == n) break;
+        run.clear();
+        for (; i < n && s[i] == u'%'; i += 3) run += static_cast<char>(hexValue(s[i + 1]) * 16 + hexValue(s[i + 2]));
+        int32_t length = 0;
+        UErrorCode ec = U_ZERO_ERROR;
+        u_strFromUTF8(buf + o, n - o, &length, run.data(), static_cast<int32_t>(run.size()), &ec);
+        if (U_FAILURE(ec)) {
+            out.releaseBuffer(0);
+            return std::nullopt;
+        }
+        o += length;
     }
-    return decode(bytes, encodings::UTF8);
+    // Decoding UTF-8 drops a leading byte order mark.
+    const int32_t mark = o > 0 && buf[0] == 0xFEFF ? 1 : 0;
+    out.releaseBuffer(o);
+    if (mark) out.remove(0, 1);
+    return out;
 }
 
 icu::UnicodeString toUpper(const icu::UnicodeString& text) {
