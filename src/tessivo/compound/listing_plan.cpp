@@ -66,7 +66,7 @@ std::vector<ListingPlan::Child>* ListingPlan::childrenOf(std::uint64_t storage) 
     const auto found = children_.try_emplace(storage).first;
     found->second.reserve(resolved->size());
     for (const auto& [index, lookup] : *resolved) {
-        Child child{&tree.entry(index)->name, lookup, nullptr, nullptr};
+        Child child{&tree.entry(index)->name, lookup, nullptr, std::nullopt};
         if (lookup.found()) child.entry = tree.entry(lookup.index);
         found->second.push_back(std::move(child));
     }
@@ -81,14 +81,14 @@ bool ListingPlan::expand(std::size_t index, std::uint64_t repeats, const Descent
     node.items.reserve(children->size());
     for (Child& child : *children) {
         if (index == 0 && rootFilter && !rootFilter(*child.name)) continue;
-        Item item{&child, node.path + *child.name, std::nullopt};
-        const std::uint64_t recordBytes =
-            compound::kListingRecordBytes + 2 * static_cast<std::uint64_t>(item.path.length());
+        Item item{&child, index, std::nullopt};
+        const std::uint64_t pathLength = static_cast<std::uint64_t>(node.path.length()) + child.name->length();
+        const std::uint64_t recordBytes = compound::kListingRecordBytes + 2 * pathLength;
         if (budget_.visits < 1 || budget_.bytes < recordBytes) return false;
         budget_.visits -= 1;
         budget_.bytes -= recordBytes;
         if (child.isStream()) {
-            if (!child.stream) child.stream = io_.streamHandler(*child.entry, false);
+            if (!child.stream) child.stream.emplace().initializeStreamHandler(io_, *child.entry, false);
             const std::uint64_t handedOut =
                 std::min<std::uint64_t>(child.stream->chainBytes(), compound::kMaxStreamBytes);
             if (budget_.bytes < handedOut) {
@@ -103,7 +103,7 @@ bool ListingPlan::expand(std::size_t index, std::uint64_t repeats, const Descent
             const std::uint64_t storage = child.lookup.index;
             const bool repeated = hasAncestor(index, storage);
             const int depth = node.depth + 1;
-            icu::UnicodeString path = item.path + u"/";
+            icu::UnicodeString path = pathOf(item).append(u'/');
             const Descent rule = descent(path, depth);
             item.node = nodes_.size();
             nodes_.push_back(Node{storage, std::move(path), depth, rule, {}});

@@ -29,7 +29,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -61,7 +60,7 @@ public:
         // The entry found, or nullptr.
         const DirectoryEntry* entry = nullptr;
         // The stream of a stream entry, opened without messages while an item lists it.
-        std::unique_ptr<StreamHandler> stream;
+        std::optional<StreamHandler> stream;
         bool listed = false;
 
         bool isFolder() const { return entry && entry->dir; }
@@ -72,11 +71,11 @@ public:
         void logTestedAndReadOpenings() const;
     };
 
-    // A child as the listing meets it at one path.
+    // A child as the listing meets it at one path (see pathOf).
     struct Item {
         const Child* child = nullptr;
-        // The storage's path followed by the name.
-        icu::UnicodeString path;
+        // The node that lists it.
+        std::size_t parent = 0;
         // The storage of a folder entry.
         std::optional<std::size_t> node;
     };
@@ -104,6 +103,8 @@ public:
 
     const Node& root() const { return nodes_.front(); }
     const Node& node(std::size_t index) const { return nodes_[index]; }
+    // Where an item is met: its storage's path followed by its name.
+    icu::UnicodeString pathOf(const Item& item) const { return nodes_[item.parent].path + *item.child->name; }
 
 private:
     struct Queued {

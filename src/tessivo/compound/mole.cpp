@@ -95,7 +95,7 @@ StreamWithZeroTail Mole::readStream(const StreamHandler& handler, const icu::Uni
     const std::uint64_t stored = countZeroTail ? std::min(length, handler.bytesInData()) : length;
     Bytes bytes;
     handler.appendPrefix(bytes, stored);
-    if (handler.usesSmallSectors()) {
+    if (handler.hasSectorFaults()) {
         const CompoundDocumentIO& io = *compoundDocument_->io();
         const std::uint64_t size = handler.sectorSize();
         const auto& chain = handler.sectorArray();
@@ -108,6 +108,12 @@ StreamWithZeroTail Mole::readStream(const StreamHandler& handler, const icu::Uni
     if (total >= compound::kMaxStreamBytes)
         log("Error: Maximum iterations exceeded reading stream: %s", toUtf8(path).c_str());
     return {std::move(bytes), length - stored};
+}
+
+Bytes Mole::readListedStream(const ListingPlan& plan, const ListingPlan::Item& item) const {
+    const StreamHandler& stream = *item.child->stream;
+    const bool cut = stream.chainBytes() >= compound::kMaxStreamBytes;
+    return readStream(stream, cut ? plan.pathOf(item) : icu::UnicodeString(), false).bytes;
 }
 
 // The listings stand for a reader that looks each child's path up for every
@@ -125,7 +131,7 @@ Array Mole::getDirectory() {
 void Mole::buildDirectory(const ListingPlan& plan, const ListingPlan::Node& node) {
     for (const auto& item : node.items) {
         Dictionary record;
-        record.set(kEntryName, Value(item.path));
+        record.set(kEntryName, Value(plan.pathOf(item)));
         if (item.child->stream) {
             item.child->stream->logOpening();
             record.set(kEntrySize, Value(static_cast<long long>(item.child->entry->size)));
@@ -148,7 +154,7 @@ Array Mole::buildOLEArray(const ListingPlan& plan, const ListingPlan::Node& node
         if (item.child->stream) {
             item.child->logTestedAndReadOpenings();
             record.set(kEntryName, Value(*item.child->name));
-            record.set(kObjectData, Value(readStream(*item.child->stream, item.path).bytes));
+            record.set(kObjectData, Value(readListedStream(plan, item)));
         }
         if (!item.child->entry) item.child->logFailedLookup();
         if (item.node) {
@@ -170,12 +176,13 @@ Dictionary Mole::getOLEDictionary() const {
 
 Dictionary Mole::buildOLEDictionary(const ListingPlan& plan, const ListingPlan::Node& node) const {
     Dictionary dictionary;
+    dictionary.reserve(node.items.size());
     if (node.descent == ListingPlan::Descent::StopLogged) log("Error: Maximum recursion depth exceeded in OLE structure");
     for (const auto& item : node.items) {
         try {
             if (item.child->stream) {
                 item.child->logTestedAndReadOpenings();
-                dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
+                dictionary.set(*item.child->name, Value(readListedStream(plan, item)));
             }
             if (!item.child->entry) item.child->logFailedLookup();
             if (item.node) {
@@ -205,7 +212,7 @@ Dictionary Mole::buildFilteredOLEDictionary(const ListingPlan& plan, const Listi
     for (const auto& item : node.items) {
         if (item.child->stream) {
             item.child->logTestedAndReadOpenings();
-            dictionary.set(*item.child->name, Value(readStream(*item.child->stream, item.path).bytes));
+            dictionary.set(*item.child->name, Value(readListedStream(plan, item)));
         }
         if (!item.child->entry) item.child->logFailedLookup();
         if (item.node) dictionary.set(*item.child->name, Value(buildFilteredOLEDictionary(plan, plan.node(*item.node))));

@@ -86,6 +86,9 @@ private:
     // sectors past the end of the data are counted, not copied.
     StreamWithZeroTail readStream(const StreamHandler& handler, const icu::UnicodeString& path,
                                   bool countZeroTail = false) const;
+    // A stream a listing lists, read as readStream reads it; its path is
+    // built only for the message of a stream cut at the most bytes handed out.
+    Bytes readListedStream(const ListingPlan& plan, const ListingPlan::Item& item) const;
     // The listings, built from their plans (see listing_plan.h).
     void buildDirectory(const ListingPlan& plan, const ListingPlan::Node& node);
     Array buildOLEArray(const ListingPlan& plan, const ListingPlan::Node& node) const;

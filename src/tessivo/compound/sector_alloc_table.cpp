@@ -10,6 +10,8 @@ namespace tessivo {
 
 namespace {
 constexpr std::uint64_t kInitialEntries = 128;
+// Sectors a walk makes room for at most before it meets them.
+constexpr std::uint64_t kReservedSectorsMost = 1024;
 }  // namespace
 
 void ChainWalk::logEnding() const {
@@ -71,10 +73,12 @@ std::vector<std::uint32_t> SectorAllocTable::allocationFollow(std::uint64_t star
     return std::move(chain.sectors);
 }
 
-ChainWalk SectorAllocTable::walk(std::uint64_t start) const {
+ChainWalk SectorAllocTable::walk(std::uint64_t start, std::uint64_t expectedSectors) const {
     ChainWalk result;
     const std::uint64_t count = allocationCount();
     if (start >= count) return result;
+    // A declared size may be anything: longer chains grow as they are met.
+    result.sectors.reserve(std::min<std::uint64_t>(expectedSectors, kReservedSectorsMost));
     const std::uint64_t stored = stored_.size();
     if (visited_.size() * 64 < stored) visited_.assign((stored + 63) / 64, 0);
 

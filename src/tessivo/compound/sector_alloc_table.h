@@ -52,8 +52,9 @@ public:
 
     // The chain that begins at start, logging a cycle or an overlong chain.
     std::vector<std::uint32_t> allocationFollow(std::uint64_t start) const;
-    // The same walk without logging.
-    ChainWalk walk(std::uint64_t start) const;
+    // The same walk without logging; room is made for the sectors expected
+    // (a declared size's worth), up to a small bound.
+    ChainWalk walk(std::uint64_t start, std::uint64_t expectedSectors = 0) const;
 
 private:
     // Stores the zero entries so that they can be changed.

@@ -14,15 +14,20 @@ bool StreamHandler::initializeStreamHandler(const CompoundDocumentIO& io, const 
     entry_ = &entry;
     const SectorAllocTable& table =
         usesSmallSectors() ? io.smallSectorAllocationTable() : io.masterSectorAllocationTable();
-    chain_ = table.walk(entry.start);
+    const auto size = static_cast<std::uint64_t>(table.sectorSize());
+    chain_ = table.walk(entry.start, (entry.size + size - 1) / size);
     memoryPosition_ = 0;
+    // Found once: the opening messages and every copy of the chain need it.
+    sectorFaults_ = usesSmallSectors() && std::any_of(chain_.sectors.begin(), chain_.sectors.end(), [&](std::uint32_t s) {
+                        return io.smallSectorFault(s).has_value();
+                    });
     if (logMessages) logOpening();
     return true;
 }
 
 void StreamHandler::logOpening() const {
     chain_.logEnding();
-    if (!usesSmallSectors()) return;
+    if (!sectorFaults_) return;
     // The first block ends at the declared size, which is below the threshold here.
     const std::uint64_t block = std::min<std::uint64_t>(compound::kStreamFirstBlockBytes, entry_->size);
     const std::uint64_t size = sectorSize();

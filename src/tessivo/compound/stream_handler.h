@@ -50,6 +50,8 @@ public:
     bool usesSmallSectors() const;
     std::uint64_t sectorSize() const;
     const std::vector<std::uint32_t>& sectorArray() const { return chain_.sectors; }
+    // Whether some small sector of the chain cannot be located (never for big sectors).
+    bool hasSectorFaults() const { return sectorFaults_; }
     const DirectoryEntry& entry() const { return *entry_; }
     bool fail() const { return fail_; }
 
@@ -62,6 +64,7 @@ private:
     std::uint64_t memoryPosition_ = 0;
     const DirectoryEntry* entry_ = nullptr;
     bool fail_ = false;
+    bool sectorFaults_ = false;
 };
 
 }  // namespace tessivo

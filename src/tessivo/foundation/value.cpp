@@ -26,11 +26,11 @@ std::pair<std::size_t, std::size_t> Dictionary::locate(const icu::UnicodeString&
     return {kMissing, slot};
 }
 
-void Dictionary::rebuildIndex() {
+void Dictionary::rebuildIndex(std::size_t count) {
     index_.clear();
-    if (entries_.size() <= kLinearEntries) return;
+    if (count <= kLinearEntries) return;
     std::size_t slots = 4 * kLinearEntries;
-    while (slots < 2 * entries_.size()) slots *= 2;
+    while (slots < 2 * count) slots *= 2;
     index_.assign(slots, 0);
     const std::size_t mask = slots - 1;
     for (std::size_t i = 0; i < entries_.size(); ++i) {
@@ -51,7 +51,12 @@ void Dictionary::set(const icu::UnicodeString& key, Value value) {
     if (!index_.empty() && 2 * entries_.size() <= index_.size())
         index_[freeSlot] = static_cast<std::uint32_t>(entries_.size());
     else if (entries_.size() > kLinearEntries)
-        rebuildIndex();
+        rebuildIndex(entries_.size());
+}
+
+void Dictionary::reserve(std::size_t count) {
+    entries_.reserve(count);
+    if (count > kLinearEntries && index_.size() < 2 * count) rebuildIndex(count);
 }
 
 const Value* Dictionary::get(const icu::UnicodeString& key) const {
@@ -73,7 +78,7 @@ bool Dictionary::erase(const icu::UnicodeString& key) {
     const std::size_t at = find(key);
     if (at == kMissing) return false;
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(at));
-    rebuildIndex();
+    rebuildIndex(entries_.size());
     return true;
 }
 

@@ -56,6 +56,8 @@ public:
     ~Dictionary();
 
     void set(const icu::UnicodeString& key, Value value);
+    // Makes room for count entries, so that setting them moves none.
+    void reserve(std::size_t count);
     // The value stored under key, or nullptr; borrowed until the dictionary changes.
     const Value* get(const icu::UnicodeString& key) const;
     Value* get(const icu::UnicodeString& key);
@@ -85,7 +87,8 @@ private:
     // find's answer, and while the index is kept, the slot where the search
     // ended: the key's, or the free one where it belongs.
     std::pair<std::size_t, std::size_t> locate(const icu::UnicodeString& key) const;
-    void rebuildIndex();
+    // Indexes the entries in slots enough for count of them (nothing while that is few).
+    void rebuildIndex(std::size_t count);
 
     std::vector<Entry> entries_;
     // Open addressing with linear probing: each slot holds an entry's
