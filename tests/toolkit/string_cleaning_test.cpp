@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <vector>
+
 #include "tessivo/foundation/log.h"
+#include "tessivo/foundation/text.h"
 #include "tessivo/toolkit/string_cleaning.h"
 
 namespace tessivo {
@@ -50,6 +54,25 @@ TEST(StringCleaningTest, ZapGremlinsChain) {
     EXPECT_EQ(zapGremlins(U(u"100% sure\uFDD0")), U(u"100% sure"));
     EXPECT_EQ(zapGremlins(U(u"Name\0\0\0", 7)), U(u"Name"));
     EXPECT_EQ(zapGremlins(U()), U());
+    // An escape that decodes to an illegal character in an otherwise plain text.
+    EXPECT_EQ(zapGremlins(U(u"plain %EF%BF%BF text")), U(u"plain  text"));
+}
+
+// zapGremlins skips the passes that cannot change a text; on random texts it
+// must still give what the four passes in a row give.
+TEST(StringCleaningTest, ZapGremlinsIsItsFourPassesInARow) {
+    const std::vector<U> pieces{u"a", u"Hello ", u" ", u"\n", u"%", u"%41", u"%25", u"%EF%BF%BF", U(u"\0", 1),
+                                u"\u00E9", u"\u0378", u"\uFFFF", u"\uFDD0", u"\u4E00", u"\u3001", u"\U0001F600"};
+    std::mt19937 random(5);
+    for (int round = 0; round < 20000; ++round) {
+        U text;
+        for (int k = std::uniform_int_distribution<int>(1, 10)(random); k > 0; --k)
+            text.append(pieces[std::uniform_int_distribution<std::size_t>(0, pieces.size() - 1)(random)]);
+        U expected = truncateAtGarbageCharacters(text);
+        if (auto unescaped = removingPercentEncoding(expected)) expected = *unescaped;
+        expected = trim(removeCharacters(expected, illegalCharacterSet()), whitespaceAndNewlineSet());
+        ASSERT_EQ(zapGremlins(text), expected) << round;
+    }
 }
 
 TEST(StringCleaningTest, CleanStringKeepsLayoutControls) {

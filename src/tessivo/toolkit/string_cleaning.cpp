@@ -33,6 +33,38 @@ bool blockIsOrdinary(const char16_t* s) {
     return top < kGarbageAbove;
 }
 
+// What zapGremlins needs to know of a text, found in one pass.
+struct TextTraits {
+    char16_t top = 0;
+    bool nul = false;
+    bool percent = false;
+};
+
+// Block by block, with no branch inside a block, so that the compiler can
+// look at many units at once.
+TextTraits traitsOf(const icu::UnicodeString& text) {
+    const char16_t* s = text.getBuffer();
+    const int32_t n = text.length();
+    char16_t top = 0;
+    char16_t nul = 0;
+    char16_t percent = 0;
+    int32_t i = 0;
+    for (; n - i >= kOrdinaryBlock; i += kOrdinaryBlock) {
+        for (int32_t k = 0; k < kOrdinaryBlock; ++k) {
+            const char16_t c = s[i + k];
+            top = std::max(top, c);
+            nul |= static_cast<char16_t>(c == 0);
+            percent |= static_cast<char16_t>(c == u'%');
+        }
+    }
+    for (; i < n; ++i) {
+        top = std::max(top, s[i]);
+        nul |= static_cast<char16_t>(s[i] == 0);
+        percent |= static_cast<char16_t>(s[i] == u'%');
+    }
+    return {top, nul != 0, percent != 0};
+}
+
 const icu::UnicodeSet& frozen(const icu::UnicodeSet& set) {
     auto* s = new icu::UnicodeSet(set);
     s->freeze();
@@ -91,9 +123,19 @@ icu::UnicodeString truncateAtGarbageCharacters(const icu::UnicodeString& text) {
 
 icu::UnicodeString zapGremlins(const icu::UnicodeString& text) {
     if (text.isEmpty()) return text;
-    icu::UnicodeString out = truncateAtGarbageCharacters(text);
-    if (auto unescaped = removingPercentEncoding(out)) out = std::move(*unescaped);
-    out = removeCharacters(out, illegalCharacterSet());
+    // One look at the text tells which passes can change it: the cut needs
+    // a NUL or a high character, the decoding a "%", and the removal a
+    // character at or above the first illegal one (or a decoded text).
+    const TextTraits traits = traitsOf(text);
+    icu::UnicodeString out = traits.nul || traits.top > kGarbageAbove ? truncateAtGarbageCharacters(text) : text;
+    bool unusual = traits.top >= illegalCharacterSet().getRangeStart(0);
+    if (traits.percent) {
+        if (auto unescaped = removingPercentEncoding(out)) {
+            out = std::move(*unescaped);
+            unusual = true;
+        }
+    }
+    if (unusual) out = removeCharacters(out, illegalCharacterSet());
     return trim(out, whitespaceAndNewlineSet());
 }
 
