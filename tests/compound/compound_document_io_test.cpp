@@ -230,7 +230,7 @@ TEST(CompoundDocumentIOTest, MasterSectorsExtendTheTableList) {
         EXPECT_EQ(io->masterSectorAllocationTable().allocationCount(), image.fatSectors.size() * image.sectorSize / 4);
         auto handler = io->streamHandler(u"big");
         ASSERT_TRUE(handler);
-        EXPECT_EQ(handler->sectorArray(), image.streamSectors("big"));
+        EXPECT_EQ(handler->sectorArray().toVector(), image.streamSectors("big"));
     }
 }
 

@@ -39,8 +39,8 @@ const char* openingDistinguishes(CompoundDocumentIO& padded, std::uint64_t cut) 
     const auto blocks = padded.getSectorBlocks(true);
     if (std::any_of(blocks.begin(), blocks.end(), startsPastCut)) return "big-sector table past the end";
     const SectorAllocTable& table = padded.masterSectorAllocationTable();
-    for (const auto& chain : {blocks, table.walk(padded.header().smallSectorAllocationTableStart).sectors,
-                              table.walk(padded.header().directoryEntryStart).sectors}) {
+    for (const auto& chain : {blocks, table.walk(padded.header().smallSectorAllocationTableStart).sectors.toVector(),
+                              table.walk(padded.header().directoryEntryStart).sectors.toVector()}) {
         const auto shortSector = std::find_if(chain.begin(), chain.end(), [&](std::uint32_t s) {
             return (std::uint64_t{s} + 2) * size > cut;
         });

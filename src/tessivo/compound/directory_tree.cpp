@@ -162,45 +162,59 @@ void DirectoryTree::clearVisited() const {
 
 std::vector<std::uint64_t> DirectoryTree::children(std::uint64_t index) const {
     std::vector<std::uint64_t> result;
-    const DirectoryEntry* storage = entry(index);
-    if (!storage || !storage->valid || storage->child >= entryCount()) return result;
+    walkChildren(index, result);
+    return result;
+}
 
-    // In-order walk with an explicit stack: left subtree, node, right subtree.
-    struct Frame {
-        std::uint64_t node;
-        std::uint64_t depth;
-        int stage;
-    };
-    std::vector<Frame> stack{{storage->child, 0, 0}};
-    while (!stack.empty()) {
-        Frame& f = stack.back();
+bool DirectoryTree::walkChildren(std::uint64_t index, std::vector<std::uint64_t>& out) const {
+    out.clear();
+    const DirectoryEntry* storage = entry(index);
+    if (!storage || !storage->valid || storage->child >= entryCount()) return false;
+
+    // In-order walk with an explicit stack: left subtree, node, right
+    // subtree. The tree is healthy while every node met is new, within the
+    // depth bound, valid, named without "/", not 0 below the first, and
+    // named after the node before it: in-order, that is a search tree.
+    bool healthy = true;
+    const icu::UnicodeString* before = nullptr;
+    walkStack_.assign(1, {storage->child, 0, 0});
+    while (!walkStack_.empty()) {
+        WalkFrame& f = walkStack_.back();
         const std::uint64_t node = f.node;
         const std::uint64_t depth = f.depth;
         if (f.stage == 0) {
             if (depth > compound::kMaxTreeDepth) {
                 log("OLE: Max tree depth exceeded at index %llu", static_cast<unsigned long long>(node));
-                stack.pop_back();
+                healthy = false;
+                walkStack_.pop_back();
                 continue;
             }
             if (node >= entryCount() || wasVisited(node)) {
-                stack.pop_back();
+                healthy = false;
+                walkStack_.pop_back();
                 continue;
             }
             markVisited(node);
+            const DirectoryEntry& e = *entry(node);
+            // A path lookup finds the storage itself for an empty name and
+            // splits a name at "/"; a search takes a link to 0 for a missing one.
+            healthy = healthy && e.valid && !e.name.isEmpty() && e.name.indexOf(u'/') < 0 && (node != 0 || depth == 0);
             f.stage = 1;
-            const std::uint64_t prev = entry(node)->prev;
-            if (prev != compound::kNoStream) stack.push_back({prev, depth + 1, 0});
+            if (e.prev != compound::kNoStream) walkStack_.push_back({e.prev, depth + 1, 0});
         } else if (f.stage == 1) {
-            result.push_back(node);
+            out.push_back(node);
+            const icu::UnicodeString& name = entry(node)->name;
+            healthy = healthy && (!before || compareDirectoryName(*before, name) < 0);
+            before = &name;
             f.stage = 2;
             const std::uint64_t next = entry(node)->next;
-            if (next != compound::kNoStream) stack.push_back({next, depth + 1, 0});
+            if (next != compound::kNoStream) walkStack_.push_back({next, depth + 1, 0});
         } else {
-            stack.pop_back();
+            walkStack_.pop_back();
         }
     }
     clearVisited();
-    return result;
+    return healthy;
 }
 
 void ChildLookup::logEnding() const {
@@ -210,62 +224,24 @@ void ChildLookup::logEnding() const {
         log("OLE: Cycle detected in findSiblingInTree at node %llu", static_cast<unsigned long long>(index));
 }
 
-std::optional<std::vector<DirectoryTree::ResolvedChild>> DirectoryTree::resolvedChildren(std::uint64_t index,
-                                                                                        std::uint64_t most) const {
-    if (const auto found = resolved_.find(index); found != resolved_.end()) {
-        if (found->second.size() > most) return std::nullopt;
-        return found->second;
-    }
-    const std::vector<std::uint64_t> indices = children(index);
-    if (indices.size() > most) return std::nullopt;
-    std::vector<ResolvedChild> result;
-    result.reserve(indices.size());
-    // A healthy tree needs no search per child; a damaged one is searched as a reader would.
-    if (!indices.empty() && childrenFindThemselves(index)) {
-        for (const std::uint64_t child : indices)
-            result.push_back({child, {ChildLookup::Ending::Found, child, std::nullopt}});
-    } else {
-        for (const std::uint64_t child : indices) result.push_back({child, resolve(index, entry(child)->name)});
-    }
+const std::vector<DirectoryTree::ResolvedChild>* DirectoryTree::resolvedChildren(std::uint64_t index,
+                                                                                std::uint64_t most) const {
+    if (const auto found = resolved_.find(index); found != resolved_.end())
+        return found->second.size() > most ? nullptr : &found->second;
+    const bool healthy = walkChildren(index, childScratch_);
+    if (childScratch_.size() > most) return nullptr;
     const std::uint64_t kept =
         std::max(compound::kListingVisitsMinimum, decodedEntryCount() * compound::kListingVisitsPerEntry);
-    if (resolvedCount_ + result.size() <= kept) {
-        resolvedCount_ += result.size();
-        resolved_.emplace(index, result);
-    }
-    return result;
-}
-
-bool DirectoryTree::childrenFindThemselves(std::uint64_t storage) const {
-    struct Frame {
-        std::uint64_t node;
-        std::uint64_t depth;
-        // The names the node's name must lie between, as the search down to it compares them.
-        const icu::UnicodeString* low;
-        const icu::UnicodeString* high;
-    };
-    std::vector<Frame> stack{{entry(storage)->child, 0, nullptr, nullptr}};
-    bool healthy = true;
-    while (healthy && !stack.empty()) {
-        const Frame f = stack.back();
-        stack.pop_back();
-        // A search takes a link to 0 for a missing one; only the first node may be 0.
-        if ((f.node == 0 && f.depth > 0) || f.node >= entryCount() || f.depth > compound::kMaxTreeDepth ||
-            wasVisited(f.node)) {
-            healthy = false;
-            break;
-        }
-        markVisited(f.node);
-        const DirectoryEntry& e = *entry(f.node);
-        // A path lookup finds the storage itself for an empty name and splits a name at "/".
-        healthy = e.valid && !e.name.isEmpty() && e.name.indexOf(u'/') < 0 &&
-                  (!f.low || compareDirectoryName(*f.low, e.name) < 0) &&
-                  (!f.high || compareDirectoryName(e.name, *f.high) < 0);
-        if (e.prev != compound::kNoStream) stack.push_back({e.prev, f.depth + 1, f.low, &e.name});
-        if (e.next != compound::kNoStream) stack.push_back({e.next, f.depth + 1, &e.name, f.high});
-    }
-    clearVisited();
-    return healthy;
+    const bool keep = resolvedCount_ + childScratch_.size() <= kept;
+    std::vector<ResolvedChild>& result = keep ? resolved_[index] : unkept_;
+    result.clear();
+    result.reserve(childScratch_.size());
+    // A healthy tree needs no search per child; a damaged one is searched as a reader would.
+    for (const std::uint64_t child : childScratch_)
+        result.push_back({child, healthy ? ChildLookup{ChildLookup::Ending::Found, child, std::nullopt}
+                                         : resolve(index, entry(child)->name)});
+    if (keep) resolvedCount_ += result.size();
+    return &result;
 }
 
 ChildLookup DirectoryTree::lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const {

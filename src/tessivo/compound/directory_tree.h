@@ -99,10 +99,11 @@ public:
         ChildLookup lookup;
     };
     // The children of the storage at index in name order, each resolved from
-    // the storage, or nothing when there are more than most. Every listing
-    // asks this of the same storages: results are remembered until they hold
-    // as many children as one listing may look up.
-    std::optional<std::vector<ResolvedChild>> resolvedChildren(std::uint64_t index, std::uint64_t most) const;
+    // the storage, or nullptr when there are more than most; borrowed until
+    // the next call or load. Every listing asks this of the same storages:
+    // results are remembered until they hold as many children as one
+    // listing may look up.
+    const std::vector<ResolvedChild>* resolvedChildren(std::uint64_t index, std::uint64_t most) const;
     // The entry at path ("/" is the root; empty components are skipped), or nullptr.
     const DirectoryEntry* findEntry(const icu::UnicodeString& path) const;
     // The same lookup yielding the index, or nothing.
@@ -121,10 +122,11 @@ public:
 
 private:
     ChildLookup lookupChild(std::uint64_t storage, const icu::UnicodeString& name) const;
-    // Whether looking each child of storage up by its name finds that child:
-    // its sibling tree is a search tree in name order, without repeats, whose
-    // entries are all valid, named without "/" and within the depth bound.
-    bool childrenFindThemselves(std::uint64_t storage) const;
+    // The children of the storage at index in name order into out; true when
+    // looking each of them up by its name finds that child: the sibling tree
+    // is a search tree in name order, without repeats, whose entries are all
+    // valid, named without "/" and within the depth bound.
+    bool walkChildren(std::uint64_t index, std::vector<std::uint64_t>& out) const;
     void markVisited(std::uint64_t index) const;
     bool wasVisited(std::uint64_t index) const;
     void clearVisited() const;
@@ -139,6 +141,16 @@ private:
     mutable std::unordered_set<std::uint64_t> visitedEmpty_;
     mutable std::unordered_map<std::uint64_t, std::vector<ResolvedChild>> resolved_;
     mutable std::uint64_t resolvedCount_ = 0;
+    // The last result that was not remembered.
+    mutable std::vector<ResolvedChild> unkept_;
+    // Reused by every walk of a sibling tree.
+    struct WalkFrame {
+        std::uint64_t node;
+        std::uint64_t depth;
+        int stage;
+    };
+    mutable std::vector<WalkFrame> walkStack_;
+    mutable std::vector<std::uint64_t> childScratch_;
 };
 
 }  // namespace tessivo

@@ -60,7 +60,7 @@ bool ListingPlan::hasAncestor(std::size_t index, std::uint64_t storage) const {
 std::vector<ListingPlan::Child>* ListingPlan::childrenOf(std::uint64_t storage) {
     if (auto found = children_.find(storage); found != children_.end()) return &found->second;
     const DirectoryTree& tree = io_.directoryTree();
-    const auto resolved = tree.resolvedChildren(storage, budget_.lookups);
+    const auto* resolved = tree.resolvedChildren(storage, budget_.lookups);
     if (!resolved) return nullptr;
     budget_.lookups -= resolved->size();
     const auto found = children_.try_emplace(storage).first;

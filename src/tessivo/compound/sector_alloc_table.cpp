@@ -14,6 +14,29 @@ constexpr std::uint64_t kInitialEntries = 128;
 constexpr std::uint64_t kReservedSectorsMost = 1024;
 }  // namespace
 
+void SectorChain::push_back(std::uint32_t sector) {
+    if (size_ < kInPlace) {
+        inPlace_[size_++] = sector;
+        return;
+    }
+    if (spilled_.empty()) {
+        spilled_.reserve(2 * kInPlace);
+        spilled_.assign(inPlace_.begin(), inPlace_.end());
+    }
+    spilled_.push_back(sector);
+    ++size_;
+}
+
+void SectorChain::reserve(std::size_t count) {
+    if (count <= kInPlace) return;
+    if (spilled_.empty()) {
+        spilled_.reserve(count);
+        spilled_.assign(inPlace_.begin(), inPlace_.begin() + static_cast<std::ptrdiff_t>(size_));
+    } else {
+        spilled_.reserve(count);
+    }
+}
+
 void ChainWalk::logEnding() const {
     if (ending == Ending::Circular)
         log("OLE: Circular reference detected at sector %llu", static_cast<unsigned long long>(repeated));
@@ -68,9 +91,9 @@ std::uint32_t SectorAllocTable::entry(std::uint64_t index) const {
 }
 
 std::vector<std::uint32_t> SectorAllocTable::allocationFollow(std::uint64_t start) const {
-    ChainWalk chain = walk(start);
+    const ChainWalk chain = walk(start);
     chain.logEnding();
-    return std::move(chain.sectors);
+    return chain.sectors.toVector();
 }
 
 ChainWalk SectorAllocTable::walk(std::uint64_t start, std::uint64_t expectedSectors) const {

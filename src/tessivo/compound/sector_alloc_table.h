@@ -11,6 +11,8 @@
 // a walk borrows the table's visited bitmap.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -18,10 +20,33 @@
 
 namespace tessivo {
 
+// The sectors of a chain in order. Most chains are a few sectors long (the
+// streams of a message mostly hold a few dozen bytes), so those are kept in
+// place and only longer ones allocate.
+class SectorChain {
+public:
+    void push_back(std::uint32_t sector);
+    // Makes room for count sectors.
+    void reserve(std::size_t count);
+    std::size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    std::uint32_t operator[](std::size_t i) const { return begin()[i]; }
+    const std::uint32_t* begin() const { return spilled_.empty() ? inPlace_.data() : spilled_.data(); }
+    const std::uint32_t* end() const { return begin() + size_; }
+    std::vector<std::uint32_t> toVector() const { return {begin(), end()}; }
+
+private:
+    static constexpr std::size_t kInPlace = 6;
+    std::array<std::uint32_t, kInPlace> inPlace_{};
+    // Every sector, once there are more than fit in place.
+    std::vector<std::uint32_t> spilled_;
+    std::size_t size_ = 0;
+};
+
 // One walk along a chain: the sectors in order and how the walk ended.
 struct ChainWalk {
     enum class Ending { End, Circular, TooLong };
-    std::vector<std::uint32_t> sectors;
+    SectorChain sectors;
     Ending ending = Ending::End;
     // The repeated sector of a circular chain.
     std::uint64_t repeated = 0;

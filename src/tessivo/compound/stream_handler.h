@@ -49,7 +49,7 @@ public:
     std::uint64_t bytesInData() const;
     bool usesSmallSectors() const;
     std::uint64_t sectorSize() const;
-    const std::vector<std::uint32_t>& sectorArray() const { return chain_.sectors; }
+    const SectorChain& sectorArray() const { return chain_.sectors; }
     // Whether some small sector of the chain cannot be located (never for big sectors).
     bool hasSectorFaults() const { return sectorFaults_; }
     const DirectoryEntry& entry() const { return *entry_; }
