@@ -296,7 +296,8 @@ std::uint64_t CompoundDocumentIO::loadSector(std::uint64_t sector, std::uint8_t*
 }
 
 std::optional<SmallSectorFault> CompoundDocumentIO::smallSectorFault(std::uint64_t sector) const {
-    const std::uint64_t index = sector * smallSectorSize() / bigSectorSize();
+    // Sector sizes are powers of two: shifts, not divisions.
+    const std::uint64_t index = (sector << smallShift()) >> bigShift();
     if (index >= smallSectorArray_.size())
         return SmallSectorFault{SmallSectorFault::Kind::OutOfBounds, index, smallSectorArray_.size()};
     if (smallSectorArray_[index] >= compound::kInvalidSmallAreaSector)
@@ -316,9 +317,9 @@ void CompoundDocumentIO::copyBigSector(std::uint64_t sector, std::uint64_t offse
 
 std::optional<std::uint64_t> CompoundDocumentIO::smallSectorOffset(std::uint64_t sector) const {
     if (smallSectorFault(sector)) return std::nullopt;
-    const std::uint64_t position = sector * smallSectorSize();
-    return (std::uint64_t{smallSectorArray_[position / bigSectorSize()]} + 1) * bigSectorSize() +
-           position % bigSectorSize();
+    const std::uint64_t position = sector << smallShift();
+    return (std::uint64_t{smallSectorArray_[position >> bigShift()]} + 1) * bigSectorSize() +
+           (position & (bigSectorSize() - 1));
 }
 
 void CompoundDocumentIO::appendData(Bytes& out, std::optional<std::uint64_t> offset, std::uint64_t n) const {

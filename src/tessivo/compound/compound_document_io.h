@@ -14,6 +14,7 @@
 // opening, every structure is read-only.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -140,6 +141,8 @@ private:
     std::uint32_t firstWordOfSector(std::uint64_t sector) const;
     // n bytes of the data from start, zeros where they end.
     void copyData(std::uint64_t start, std::uint8_t* out, std::uint64_t n) const;
+    int bigShift() const { return std::countr_zero(bigSectorSize()); }
+    int smallShift() const { return std::countr_zero(smallSectorSize()); }
 
     Bytes owned_;
     ByteView data_;

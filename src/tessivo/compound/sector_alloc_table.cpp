@@ -12,6 +12,9 @@ namespace {
 constexpr std::uint64_t kInitialEntries = 128;
 // Sectors a walk makes room for at most before it meets them.
 constexpr std::uint64_t kReservedSectorsMost = 1024;
+// Sectors a walk follows before it marks the sectors it meets (see walk).
+constexpr std::uint64_t kUnmarkedSectorsMost = 4096;
+static_assert(kUnmarkedSectorsMost < compound::kMaxChainLengthSectors);
 }  // namespace
 
 void SectorChain::push_back(std::uint32_t sector) {
@@ -102,9 +105,21 @@ ChainWalk SectorAllocTable::walk(std::uint64_t start, std::uint64_t expectedSect
     if (start >= count) return result;
     // A declared size may be anything: longer chains grow as they are met.
     result.sectors.reserve(std::min<std::uint64_t>(expectedSectors, kReservedSectorsMost));
+
+    // Each sector has one successor, so a walk that meets a sector twice
+    // goes round for ever: a chain that ends within a few thousand steps
+    // repeats nothing, and only a longer one is walked again, marking the
+    // sectors it meets to find the first repeat.
+    std::uint64_t current = start;
+    while (current < count && !compound::endsChain(current) && result.sectors.size() < kUnmarkedSectorsMost) {
+        result.sectors.push_back(static_cast<std::uint32_t>(current));
+        current = entry(current);
+    }
+    if (current >= count || compound::endsChain(current)) return result;
+    result.sectors.clear();
+
     const std::uint64_t stored = stored_.size();
     if (visited_.size() * 64 < stored) visited_.assign((stored + 63) / 64, 0);
-
     // Every zero entry leads to sector 0, so a walk meets at most two of them
     // (one before sector 0 and one after); they are kept in a short list.
     std::vector<std::uint64_t> zeroEntriesVisited;
@@ -122,7 +137,7 @@ ChainWalk SectorAllocTable::walk(std::uint64_t start, std::uint64_t expectedSect
         return true;
     };
 
-    std::uint64_t current = start;
+    current = start;
     while (current < count && !compound::endsChain(current)) {
         if (!visit(current)) {
             result.ending = ChainWalk::Ending::Circular;

@@ -28,6 +28,11 @@ public:
     void push_back(std::uint32_t sector);
     // Makes room for count sectors.
     void reserve(std::size_t count);
+    // Forgets the sectors, keeping the room made for them.
+    void clear() {
+        spilled_.clear();
+        size_ = 0;
+    }
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     std::uint32_t operator[](std::size_t i) const { return begin()[i]; }
