@@ -84,6 +84,10 @@ TEST(ReadMSGTest, HeaderLinesGiveAddressListsDateAndSubject) {
     // The header's date is overwritten by "-": there is no delivery time.
     EXPECT_EQ(text(d, u"Date"), "-");
     EXPECT_EQ(keysOf(d).front(), "FROM");
+    // Date and Subject are kept only as written; names that merely end like a kept one are not.
+    EXPECT_FALSE(readMessage(withHeader("subject: lower\r\nX: y")).contains(u"Subject"));
+    EXPECT_FALSE(readMessage(withHeader("Reply-To: a@example.com\r\nX-Original-From: b@example.com\r\nX: y"))
+                     .contains(u"TO"));
 }
 
 TEST(ReadMSGTest, TheLastHeaderOfTheTextIsNeverStored) {

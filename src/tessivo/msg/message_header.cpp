@@ -10,15 +10,26 @@ namespace tessivo {
 
 namespace {
 
-// Stores one finished header line under its key, when it is one of those kept.
-void storeHeader(Dictionary& header, const icu::UnicodeString& name, const icu::UnicodeString& value) {
+// The key a header named name is kept under: "FROM", "TO", "CC" or "BCC"
+// for those names in any case, "Date" and "Subject" as written; empty for
+// any other header, which is not kept.
+icu::UnicodeString keyFor(const icu::UnicodeString& name) {
+    // Upper-casing never shortens a text: a name longer than "Subject" is none of these.
+    if (name.length() > 7) return {};
     const icu::UnicodeString upper = toUpper(name);
-    if (upper == u"FROM" || upper == u"TO" || upper == u"CC" || upper == u"BCC")
-        header.set(upper, Value(processEmailAddresses(value)));
-    else if (name == u"Date")
+    if (upper == u"FROM" || upper == u"TO" || upper == u"CC" || upper == u"BCC") return upper;
+    if (name == u"Date" || name == u"Subject") return name;
+    return {};
+}
+
+// Stores one finished header under its key.
+void storeHeader(Dictionary& header, const icu::UnicodeString& key, const icu::UnicodeString& value) {
+    if (key == u"Date")
         header.set(u"Date", Value(value));
-    else if (name == u"Subject")
+    else if (key == u"Subject")
         header.set(u"Subject", Value(WindowsCodePageWangersNSStringAdditions::decodeMimeHeader(value)));
+    else
+        header.set(key, Value(processEmailAddresses(value)));
 }
 
 }  // namespace
@@ -26,7 +37,9 @@ void storeHeader(Dictionary& header, const icu::UnicodeString& name, const icu::
 Dictionary ReadMSG::buildHeaderForMessage(const Dictionary& rawMessageEntries) {
     fullHeader_ = decodeElement(msg::kTransportHeaders, msg::kTypeUnicode, &rawMessageEntries);
     Dictionary header;
-    icu::UnicodeString name;
+    // The key and text of the header being read; the text of a header that
+    // is not kept is never gathered.
+    icu::UnicodeString key;
     icu::UnicodeString value;
     const std::int32_t length = fullHeader_.length();
     for (std::int32_t start = 0; start <= length;) {
@@ -42,13 +55,13 @@ Dictionary ReadMSG::buildHeaderForMessage(const Dictionary& rawMessageEntries) {
         // The first word, trimmed, ends with ":" where a header begins.
         const std::int32_t wordEnd = whitespaceAndNewlineSet().spanBack(line.getBuffer(), space, USET_SPAN_SIMPLE);
         if (wordEnd == 0 || line[wordEnd - 1] != u':') {
-            value.append(u'\n').append(line);
+            if (!key.isEmpty()) value.append(u'\n').append(line);
             continue;
         }
-        if (!name.isEmpty() && !value.isEmpty()) storeHeader(header, name, value);
+        if (!key.isEmpty() && !value.isEmpty()) storeHeader(header, key, value);
         const std::int32_t colon = line.indexOf(u':');
-        name = icu::UnicodeString(line, 0, colon);
-        value = trim(line.tempSubString(colon + 1), whitespaceAndNewlineSet());
+        key = keyFor(line.tempSubString(0, colon));
+        value = key.isEmpty() ? icu::UnicodeString() : trim(line.tempSubString(colon + 1), whitespaceAndNewlineSet());
     }
     // The header still pending here, the last of the text, is deliberately not stored.
     return header;
