@@ -13,7 +13,7 @@ constexpr std::uint64_t kInitialEntries = 128;
 // Sectors a walk makes room for at most before it meets them.
 constexpr std::uint64_t kReservedSectorsMost = 1024;
 // Sectors a walk follows before it marks the sectors it meets (see walk).
-constexpr std::uint64_t kUnmarkedSectorsMost = 4096;
+constexpr std::uint64_t kUnmarkedSectorsMost = 64;
 static_assert(kUnmarkedSectorsMost < compound::kMaxChainLengthSectors);
 }  // namespace
 
@@ -107,9 +107,10 @@ ChainWalk SectorAllocTable::walk(std::uint64_t start, std::uint64_t expectedSect
     result.sectors.reserve(std::min<std::uint64_t>(expectedSectors, kReservedSectorsMost));
 
     // Each sector has one successor, so a walk that meets a sector twice
-    // goes round for ever: a chain that ends within a few thousand steps
-    // repeats nothing, and only a longer one is walked again, marking the
-    // sectors it meets to find the first repeat.
+    // goes round for ever: a chain that ends within 64 steps (most streams'
+    // chains) repeats nothing, and only a longer one is walked again,
+    // marking the sectors it meets to find the first repeat. A damaged
+    // chain that loops costs at most those 64 steps more.
     std::uint64_t current = start;
     while (current < count && !compound::endsChain(current) && result.sectors.size() < kUnmarkedSectorsMost) {
         result.sectors.push_back(static_cast<std::uint32_t>(current));
