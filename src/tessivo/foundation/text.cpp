@@ -11,9 +11,6 @@
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
-#include "tessivo/foundation/encoding.h"
-#include "tessivo/foundation/value.h"
-
 namespace tessivo {
 namespace {
 
