@@ -14,16 +14,18 @@
 # generated message with 48 MiB of attachments, against four times the file size
 # plus 32 MiB.
 #
-# Usage: bench/compare_peers.sh [BUILD_DIR] [SECONDS]
+# Usage: bench/compare_peers.sh [BUILD_DIR] [SECONDS] [ROUNDS]
 #   BUILD_DIR  an optimised build with bench_importer, bench_msg, make_large_msg and
 #              tessivo (default build/release)
-#   SECONDS    timed seconds per peer and comparison (default 5)
+#   SECONDS    timed seconds per reader, round and comparison (default 5)
+#   ROUNDS     turns each reader takes in each comparison (default 3)
 # Needs the peers: bench/setup-peers.sh. The corpus: TESSIVO_CORPUS or ../shared/corpus.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(dirname "$here")"
 build="$(cd "${1:-$root/build/release}" && pwd)"
 seconds="${2:-5}"
+rounds="${3:-3}"
 corpus="${TESSIVO_CORPUS:-$root/../shared/corpus}"
 tessivo="$build/tools/tessivo/tessivo"
 
@@ -48,27 +50,39 @@ PY
 }
 
 # compare MODE BENCHMARK [FILTER]: each runner prints "NAME BYTES MESSAGES SECONDS FAILURES".
+# The readers take turns, ROUNDS times over, so that a spell in which this
+# shared machine runs faster or slower falls on all of them alike; each
+# reader's rate is its median over the rounds, and each round's ratios are
+# shown beside the ratio of the medians.
 compare() {
   local mode="$1" benchmark="$2" filter="${3:-.}"
-  node "$here/msgreader_run.js" "$mode" "$seconds" "${files[@]}" > "$work/msgreader"
-  java -cp "$poi_cp:$work" PoiRun "$mode" "$seconds" "${files[@]}" > "$work/poi" 2> "$work/poi.err"
-  "$build/bench/$benchmark" --benchmark_format=json --benchmark_filter="$filter" \
-    --benchmark_min_time="$seconds" > "$work/tessivo.json"
-  benchmark_line "$work/tessivo.json" > "$work/tessivo"
-  echo "== $mode: ${#files[@]} messages, $(du -cb "${files[@]}" | tail -1 | cut -f1) bytes, $seconds s per reader"
+  rm -f "$work/msgreader" "$work/poi" "$work/tessivo"
+  for ((round = 1; round <= rounds; round++)); do
+    node "$here/msgreader_run.js" "$mode" "$seconds" "${files[@]}" >> "$work/msgreader"
+    java -cp "$poi_cp:$work" PoiRun "$mode" "$seconds" "${files[@]}" >> "$work/poi" 2> "$work/poi.err"
+    "$build/bench/$benchmark" --benchmark_format=json --benchmark_filter="$filter" \
+      --benchmark_min_time="$seconds" > "$work/tessivo.json"
+    benchmark_line "$work/tessivo.json" >> "$work/tessivo"
+  done
+  echo "== $mode: ${#files[@]} messages, $(du -cb "${files[@]}" | tail -1 | cut -f1) bytes, $seconds s per reader, $rounds rounds"
   python3 - "$work/msgreader" "$work/poi" "$work/tessivo" <<'PY'
-import sys
-rows = {}
+import statistics, sys
+rounds = {}
 for path in sys.argv[1:]:
-    name, nbytes, messages, seconds, failures = open(path).read().split()
-    s = float(seconds)
-    rows[name] = (int(float(nbytes)) / s / 1e6, int(float(messages)) / s, int(failures))
-print(f"{'reader':<10} {'MB/s':>10} {'messages/s':>12} {'failed files':>13}")
+    for line in open(path):
+        name, nbytes, messages, seconds, failures = line.split()
+        s = float(seconds)
+        rounds.setdefault(name, []).append((int(float(nbytes)) / s / 1e6, int(float(messages)) / s, int(failures)))
+rows = {name: tuple(statistics.median(r[i] for r in runs) for i in (0, 1)) + (max(r[2] for r in runs),)
+        for name, runs in rounds.items()}
+print(f"{'reader':<10} {'MB/s':>10} {'messages/s':>12} {'failed files':>13}   MB/s by round")
 for name, (mbs, mps, failed) in rows.items():
-    print(f"{name:<10} {mbs:>10.1f} {mps:>12.0f} {failed:>13}")
+    print(f"{name:<10} {mbs:>10.1f} {mps:>12.0f} {failed:>13}   " + " ".join(f"{r[0]:.1f}" for r in rounds[name]))
 ours = rows["tessivo"]
 for peer in ("msgreader", "poi"):
-    print(f"tessivo / {peer}: {ours[0] / rows[peer][0]:.1f}x (MB/s), {ours[1] / rows[peer][1]:.1f}x (messages/s)")
+    by_round = " ".join(f"{t[0] / p[0]:.1f}x" for t, p in zip(rounds["tessivo"], rounds[peer]))
+    print(f"tessivo / {peer}: {ours[0] / rows[peer][0]:.1f}x (MB/s), {ours[1] / rows[peer][1]:.1f}x (messages/s);"
+          f" by round {by_round}")
 PY
 }
 
