@@ -31,13 +31,8 @@ void SectorChain::push_back(std::uint32_t sector) {
 }
 
 void SectorChain::reserve(std::size_t count) {
-    if (count <= kInPlace) return;
-    if (spilled_.empty()) {
-        spilled_.reserve(count);
-        spilled_.assign(inPlace_.begin(), inPlace_.begin() + static_cast<std::ptrdiff_t>(size_));
-    } else {
-        spilled_.reserve(count);
-    }
+    // Only room: the sectors move out of place when the seventh is added.
+    if (count > kInPlace) spilled_.reserve(count);
 }
 
 void ChainWalk::logEnding() const {
